@@ -62,6 +62,11 @@ struct tagF_MATE {
     float vx, vy;     // neighbour velocity
 };
 
+// A pixel found by the avoid-matte scan; x = -1 when nothing was found.
+struct tagSCANHIT {
+    int x, y;
+};
+
 // The swarm; one per effect instance.
 struct tagPARTSET {
     ImageQ4* result;          // output image of the frame being processed

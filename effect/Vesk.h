@@ -11,15 +11,132 @@ public:
     VeskInfo info;
 
     // ==== swarm and frame driver ====
+    // (records in effect/Particles.h; elaborated names so this header needs no include)
+    Vesk();
+    ~Vesk() override;
+    void ProcessFrame() override;
+    void mp_process(int first_row, int last_row);  // copies source 1 into the output, by rows
+
+    float random_table[262144];   // refilled from -Seed every frame
+    int random_state;             // ran1fQ4 state; -567 after construction
+    struct tagPARTSET* set;       // the swarm
+    int first_frame;              // 1 until the lumps have been built
+    int restart_flag;             // requests consumed by the next frame
+    int preroll_flag;
+    int lumps_dirty;
+    int in_parallel;              // set while the renderer runs in bands
+    int draw_counter;             // index of the next random-table draw
+    int bands;                    // render bands of the current step
+    float res_scale;              // resolution divisor of the current output
+    int frame_w, frame_h;         // output size of the current frame
+    double pixel_ratio, lump_param;            // output attributes the lumps depend on
+    float last_pixel_ratio, last_lump_param;   // values the lumps were built for
+    int last_w, last_h;           // frame size the particle sizes were computed for
+    class ImageQ4* scratch_a;
+    class ImageQ4* scratch_b;
+
+    void fill_random_table();
+
+    // Particle set and random source (effect/PartSet.cpp)
+    struct tagPARTSET* part_set_create(int capacity);
+    struct tagPARTBLOB* part_blob_create(int capacity);
+    struct tagPART* part_alloc(struct tagPARTSET* s);
+    void part_set_free_all(struct tagPARTSET* s);
+    void part_set_destroy(struct tagPARTSET* s);
+    void part_info_from_spark(struct tagPARTSET* s);
+    float get_safe_random(int* counter);
+    float part_rand_01(int* counter);
+    float part_rand_11(int* counter);
+    float part_var_1(float base, float spread, int* counter);
+
+    // Simulation step (effect/Simulation.cpp)
+    struct tagPOS CalcStartPoint(float aspect, int* counter);
+    void part_set_execute(struct tagPARTSET* s, int frame);
+    int part_birth_point_ok(struct tagPARTSET* s, struct tagPOS p);
+    void part_init(struct tagPARTSET* s, struct tagPART* p, struct tagPOS at);
+    void part_render_state(struct tagPARTSET* s);
+    void part_move(struct tagPARTSET* s, struct tagPART* p, int texturing_cycle,
+                   int frames_in_cycle);
+    void part_restart_and_step(int frame);
+
+    // Steering and neighbour search (effect/Steering.cpp)
+    int calc_vesk();
+    void clear_table(struct tagF_MATE* table);
+    void sort_table(struct tagF_MATE* table);
+    void calc_accel(struct tagF_MATE* table, struct tagPART* p);
+    struct tagPOS calc_avoid(struct tagPART* p);
+    struct tagSCANHIT scan_level(struct tagPART* p, int level);
+    struct tagSCANHIT scan_down(int level, int x0, int y0, int x1, int y1);
+    void reduce_acc(struct tagPART* p, float a);
+    void reduce_vel(struct tagPART* p, float s);
     // ==== end swarm and frame driver ====
 
     // ==== controls and callbacks ====
+    // (effect/VeskControls.cpp) Effect operations called by the panel's callbacks with the
+    // control that changed and the current frame number.
+    void SyncControls() override;
+    void RestartCB(class ControlQ4* control, double frame);
+    void RestartPreRollCB(class ControlQ4* control, double frame);
+    void PreRollCB(class ControlQ4* control, double frame);
+    void UseBirthMatteCB(class ControlQ4* control, double frame);
+    void UpdateConCB(class ControlQ4* control, double frame);
+    void ShapeModeCB(class ControlQ4* control, double frame);
+    void PresetCB(class ControlQ4* control, double frame);
     // ==== end controls and callbacks ====
 
     // ==== rendering ====
+    // (records in effect/Raster.h and effect/Lumps.h; elaborated names so this header needs no
+    // include)
+    // Per-thread state of the scan conversion: one slot per render band, so several threads can
+    // scan polygons at once. Five slots: four layers plus the clamp of the band index.
+    struct ScanSlot {
+        int n;                 // vertex count of the polygon being drawn
+        struct tagPOS* pt;     // its vertices (owned by the caller)
+        int nact;              // active edge count
+        struct EDGE* active;   // active edge list (owned by concave_d for one call)
+    };
+    ScanSlot scan_slots[5];
+    float gradient_table[256][3];  // unit vectors, refilled by gradientTabInit
+
+    // Polygon rasteriser (effect/Raster.cpp)
+    void concave_d(int n, struct tagPOS* pts, struct tagPART* part, int band);
+    struct tagPOS ssize(struct tagPOS p, int fx, int fy);
+    void sort_indx(int* ind, int n, int band);
+    void sort_indy(int* ind, int n, int band);
+    void add_edge(int i, int y, int band);
+    void rem_edge(int i, int band);
+    void sort_act(struct EDGE* active, int n);
+    void draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, int* mask);
+    void draw_ssimage(int ox, int oy, int w, int h, int* mask, struct tagPART* part, int band);
+
+    // Polygon shapes (effect/Shapes.cpp); y1 is the band bottom (image height - 1)
+    void draw_square(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    void draw_triangle(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    void draw_diamond(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    void draw_star4pt(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    void draw_star5pt(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    float shape_angle(struct tagPART* p);  // base rotation, plus the heading with Living Rotate
+
+    // Lumps, textures and the gradient table (effect/Lumps.cpp)
+    void part_anti_aliased_lump(class ImageQ4* layer, int iw, int ih, int px, int py, int s,
+                                struct tagPARTLUMP* lump, int y0, int y1, struct tagPART* p);
+    void draw_texture(int px, int py, int W, int H, int y0, int y1, struct tagPART* p, int band);
+    struct tagTEXEL anti_alias(int x, int y, int bw, int bh, class ImageQ4* colour,
+                               class ImageQ4* matte);
+    void gradientTabInit(int seed);
+
+    // Particle rendering and compositing (effect/PartRender.cpp)
+    void part_render(struct tagPARTSET* s, struct tagPART* p, int y0, int y1, int band);
+    void mp_PartRender(int start, int end);
+    void mp_Composite(int start, int end);
     // ==== end rendering ====
 
     // ==== overlay ====
+    // (effect/VeskOverlay.cpp) The wireframe preview and the four on-screen handles, drawn and
+    // driven through the host's viewer.
+    void RenderOverlay() override;
+    void HandleInteraction(InterType type, float x, float y) override;
+    void PartDrawGL(struct tagPARTSET* s, int mode);
     // ==== end overlay ====
 };
 

@@ -139,4 +139,7 @@ extern "C" SPARK_EXPORT int SparkChannelEditor(void);
 // Viewer redraw of the "Clear Overlay" controls; defined with the interaction bridge.
 unsigned long* OverlayCB();
 
+// The frame entry point, which callbacks call to render the current frame at once.
+extern "C" SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info);
+
 #endif

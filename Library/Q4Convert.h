@@ -1,0 +1,41 @@
+// Conversion between the host's raw RGB frame buffers (8-bit bytes, or 12-bit values in the upper
+// bits of 16-bit words) and ImageQ4, at full resolution or at a reduced working resolution where
+// only every n-th host pixel is used.
+#ifndef Q4CONVERT_H
+#define Q4CONVERT_H
+
+#include "Library/Q4Image.h"
+
+// Import. width and height are the host frame's; n is the sub-sampling step (below 1 counts as 1).
+// A null image makes a new one that the caller owns; copy 0 sets the image up without pixels.
+// Returns the image, or null for a null buffer.
+ImageQ4* ConvertFromDLImage8(void* buffer, int width, int height, double ratio, int n,
+                             ImageQ4* image, int copy);
+ImageQ4* ConvertFromDLImage12(void* buffer, int width, int height, double ratio, int n,
+                              ImageQ4* image, int copy);
+
+// Export; every host pixel of the frame is written. The 12-bit export keeps each word's low four
+// bits, and with truncate non-zero first reduces the image itself to 10-bit values.
+void ConvertToDLImage8(ImageQ4* image, void* buffer, int width, int height, int n);
+void ConvertToDLImage12(ImageQ4* image, void* buffer, int width, int height, int n, int truncate);
+
+// Band workers for the host's fork (sparkMpFork): each job finds its band from sparkMpInfo, the
+// row count and the job count, exactly as ImageQ4::MultiProcess does.
+extern "C" {
+// Over image rows; the buffer rows are image width long.
+void mp_copy_pixel_data(unsigned char* buffer, ImageQ4* image, int jobs);
+void mp_copy_pixel_data_deep12(unsigned short* buffer, ImageQ4* image, int jobs);
+void mp_paste_pixel_data(unsigned char* buffer, ImageQ4* image, int jobs);
+void mp_paste_pixel_data_deep12(unsigned short* buffer, ImageQ4* image, int jobs);
+// Over host rows, with the step taken from the image's sample step.
+void mp_copy_pixel_data_scale(unsigned char* buffer, ImageQ4* image, int jobs, int host_height,
+                              int host_width);
+void mp_copy_pixel_data_scale_deep12(unsigned short* buffer, ImageQ4* image, int jobs,
+                                     int host_height, int host_width);
+void mp_paste_pixel_data_scale(unsigned char* buffer, ImageQ4* image, int jobs, int host_height,
+                               int host_width);
+void mp_paste_pixel_data_scale_deep12(unsigned short* buffer, ImageQ4* image, int jobs,
+                                      int host_height, int host_width);
+}
+
+#endif

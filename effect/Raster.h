@@ -1,0 +1,29 @@
+// Records of the polygon rasteriser. The rasteriser itself (concave_d and its helpers) is a set
+// of members of Vesk, since every rendering thread draws through its own scan slot held in the
+// effect object and blends into its own layer of the particle set.
+//
+// A polygon is scan-converted at eight times the output resolution in each axis into a 0/1
+// coverage mask, which is then reduced by 8x8 box filtering to one coverage value per pixel.
+#ifndef EFFECT_RASTER_H
+#define EFFECT_RASTER_H
+
+// A point or vertex. The swarm and the renderer use x and y; z is carried along untouched.
+struct tagPOS {
+    float x, y, z;
+};
+
+// One active edge of the scan conversion.
+struct EDGE {
+    double x;   // x of the edge at the current scan line's sample height
+    double dx;  // change of x per scan line
+    int i;      // the edge runs from vertex i to vertex i + 1 (vertex 0 after the last)
+};
+
+// Supersamples per output pixel along each axis.
+enum { RASTER_SUPERSAMPLE = 8 };
+
+// Scan slots held by the effect (Vesk::scan_slots): one per render layer, plus one for the clamp
+// of the band index to the layer count (a job beyond the last layer finds an empty chunk).
+enum { RASTER_SCAN_SLOTS = 5 };
+
+#endif

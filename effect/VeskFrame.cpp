@@ -1,0 +1,191 @@
+// The effect object's life and the frame driver: one host request becomes one
+// simulated and rendered frame.
+#include <cstring>
+#include <new>
+
+#include "effect/Lumps.h"
+#include "effect/Particles.h"
+#include "effect/Vesk.h"
+#include "framework/RandomQ4.h"
+#include "Library/Q4Image.h"
+
+namespace {
+
+// Seeds used at construction, before any frame has set the Seed control's table.
+const int CONSTRUCTION_RANDOM_SEED = -567;
+const int CONSTRUCTION_GRADIENT_SEED = -665;
+
+ImageQ4* new_frame_image(int w, int h) {
+    ImageQ4* img = new (std::nothrow) ImageQ4(w, h);
+    if (img && !img->pixels) {
+        delete img;
+        return nullptr;
+    }
+    return img;
+}
+
+}  // namespace
+
+Vesk::Vesk()
+    : random_state(CONSTRUCTION_RANDOM_SEED),
+      set(nullptr),
+      first_frame(1),
+      restart_flag(0),
+      preroll_flag(0),
+      lumps_dirty(0),
+      in_parallel(0),
+      draw_counter(0),
+      bands(0),
+      res_scale(1.0f),
+      frame_w(0),
+      frame_h(0),
+      pixel_ratio(1.0),
+      lump_param(1.0),
+      last_pixel_ratio(-1.0f),
+      last_lump_param(-1.0f),
+      last_w(0),
+      last_h(0),
+      scratch_a(nullptr),
+      scratch_b(nullptr) {
+    gradientTabInit(CONSTRUCTION_GRADIENT_SEED);
+    fill_random_table();
+    set = part_set_create(PART_BLOCK_CAPACITY);
+}
+
+Vesk::~Vesk() {
+    part_set_destroy(set);
+    set = nullptr;
+}
+
+void Vesk::fill_random_table() {
+    for (int i = 0; i < PART_RANDOM_TABLE_SIZE; ++i) random_table[i] = ran1fQ4(&random_state);
+}
+
+void Vesk::mp_process(int first_row, int last_row) {
+    ImageQ4* src = info.source1.image;
+    ImageQ4* dst = info.result.image;
+    if (!src || !dst) return;
+    for (int y = first_row; y <= last_row; ++y) {
+        PixelQ4* in = src->rows[y];
+        PixelQ4* out = dst->rows[y];
+        for (int x = 0; x < dst->width; ++x) out[x] = in[x];
+    }
+}
+
+void Vesk::ProcessFrame() {
+    ImageQ4* out = info.result.image;
+    tagPARTSET* s = set;
+    if (!out || !s) return;
+    const double t = frame < 0.0 ? 0.0 : frame;
+
+    // 1. Frame size and the two scratch images of this frame.
+    frame_w = out->width;
+    frame_h = out->height;
+    scratch_a = new_frame_image(frame_w, frame_h);
+    scratch_b = new_frame_image(frame_w, frame_h);
+
+    // 2. Geometry of the output.
+    s->width = s->width2 = frame_w;
+    s->height = s->height2 = frame_h;
+    pixel_ratio = out->ratio;
+    lump_param = out->ratio2;
+    res_scale = out->sample_step;
+    s->aspect = (float)frame_w / (float)frame_h;
+
+    // 3. Per-particle clip times read clips while rendering, which is not thread-safe.
+    s->single_band = (info.texturing_cycle.GetValue(t) && info.shape.GetValue(t) == 7) ? 1 : 0;
+
+    // 4. The random table is a pure function of Seed, so every frame sees the same numbers
+    // for the same settings.
+    int seed = info.seed.GetValue(t);
+    gradientTabInit(-seed);
+    random_state = -seed;
+    fill_random_table();
+
+    // 5. Wire the set to this frame's images.
+    s->result = out;
+    s->source1 = info.source1.image;
+    s->source2 = info.source2.image;
+    s->source3 = info.source3.image;
+    s->birth_matte = info.source4.image;
+    s->avoid_matte = info.source5.image;
+    for (int i = 0; i < 4; ++i) {
+        s->work[i] = new_frame_image(frame_w, frame_h);
+        if (s->work[i]) s->work[i]->Fill(0, 0, 0, 0);
+    }
+
+    // 6. The swarm is drawn over the background clip.
+    if (s->source1) out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
+
+    // 7. Controls into the set.
+    part_info_from_spark(s);
+
+    // 8. Lumps depend on the output's two aspect attributes; rebuild them when those change.
+    if (!first_frame &&
+        ((float)pixel_ratio != last_pixel_ratio || (float)lump_param != last_lump_param)) {
+        lumps_dirty = 1;
+    }
+    if (lumps_dirty) {
+        for (int i = 0; i < s->lump_count; ++i) {
+            if (s->lumps[i]) {
+                part_lump_destroy(s->lumps[i]);
+                s->lumps[i] = nullptr;
+            }
+        }
+    }
+    if (first_frame || lumps_dirty) {
+        for (int i = 0; i < PART_LUMP_COUNT; ++i) {
+            s->lumps[i] = part_lump_create((float)(i + 1), (float)pixel_ratio, (float)lump_param);
+        }
+        first_frame = 0;
+        lumps_dirty = 0;
+        last_pixel_ratio = (float)pixel_ratio;
+        last_lump_param = (float)lump_param;
+        // Remembered here too, as it always has been: a frame that rebuilds the lumps does
+        // not also rescale the particle sizes.
+        last_w = frame_w;
+        last_h = frame_h;
+    }
+
+    // 9. A new preview resolution keeps every particle's full-resolution size and rescales
+    // the current one, within 8 / divisor .. 100 pixels.
+    if (frame_w != last_w || frame_h != last_h) {
+        const float lo = 8.0f / res_scale;
+        for (tagPART* p = s->live_list; p; p = p->next) {
+            float ic = (float)p->isize_full / res_scale;
+            if (ic < lo) {
+                p->isize_cur = (int)lo;
+            } else if (ic > 100.0f) {
+                p->isize_cur = 100;
+            } else {
+                p->isize_cur = (int)ic;
+            }
+            for (int k = 0; k < 2; ++k) {
+                float v = p->size_full[k] / res_scale;
+                if (v < lo) {
+                    v = lo;
+                } else if (v > 100.0f) {
+                    v = 100.0f;
+                }
+                p->size_cur[k] = v;
+            }
+        }
+        last_w = frame_w;
+        last_h = frame_h;
+    }
+
+    // 10. Restart, pre-roll and this frame's step.
+    part_restart_and_step((int)frame);
+
+    // 11. This frame's images go.
+    for (int i = 0; i < 4; ++i) {
+        delete s->work[i];
+        s->work[i] = nullptr;
+    }
+    delete scratch_a;
+    delete scratch_b;
+    scratch_a = scratch_b = nullptr;
+
+    // 12. The output keeps the background's matte.
+    if (!second_flag && s->source1) out->CopyAlpha(s->source1);
+}

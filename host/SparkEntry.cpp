@@ -1,0 +1,182 @@
+// The host's entry points: start-up, clip and buffer counts, one frame, shut-down.
+#include <stdio.h>
+#include <unistd.h>
+
+#include "Library/Q4Convert.h"
+#include "effect/Vesk.h"
+#include "host/ControlTable.h"
+#include "host/HostState.h"
+#include "spark/spark.h"
+
+namespace {
+
+// The five input clips in host buffer order (buffer ids 2 to 6).
+SourceQ4* const kSources[5] = {&Instance.info.source1, &Instance.info.source2,
+                               &Instance.info.source3, &Instance.info.source4,
+                               &Instance.info.source5};
+
+const char kLibraryVersion[] = "5.0";
+const char kMinorVersion[] = "7";
+const char kProduct[] = "4-Vesk";
+const char kHostWord[] = " ";
+const char kInterfaceTag[] = "UCAPI";
+
+const int kBuffersNeeded = 2;
+const int kRuleWidth = 51;
+
+void print_rule(char c) {
+    for (int i = 0; i < kRuleWidth; ++i) fputc(c, stdout);
+    fputc('\n', stdout);
+}
+
+// Destroys the frame images of the clips. A frame abandoned half-way (a buffer the host could
+// not give) releases what it had made too: the effect never sees those images.
+void release_source_images() {
+    for (SourceQ4* source : kSources) {
+        delete source->image;
+        source->image = nullptr;
+    }
+}
+
+ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int divisor, int copy) {
+    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, nullptr, copy)
+                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, nullptr, copy);
+}
+
+}  // namespace
+
+extern "C" {
+
+SPARK_EXPORT unsigned int SparkInitialise(SparkInfoStruct info) {
+    if (sparkAPIVersionInfo() < 4.0f) {
+        // Reported only: start-up goes on, and the host keeps the panel it has built.
+        sparkError(const_cast<char*>(
+            "This version of \"4-Vesk\" needs IFFFS 7.0/4.0 (sparks API 4.0) or higher."));
+    }
+    DLtwelveBit = IsTwelveBitDepth(info.FrameDepth);
+    sparkLoadSetup(reinterpret_cast<char*>(&info));
+
+    printf("\n\nINTERACTIVE BUILD. The HOST PROGRAM is called: %s\n", sparkProgramGetName());
+    print_rule('=');
+    // The build date and time are the compiler's, so the banner names the build that runs.
+    printf("Corvane MP-V%s.%s Bramble %s for Discreet %s\n    %s  Built %s at %s\n",
+           kLibraryVersion, kMinorVersion, kProduct, kHostWord, kInterfaceTag, __DATE__,
+           __TIME__);
+    print_rule('=');
+    fflush(stdout);
+    printf(DLtwelveBit ? "... 12 bit mode selected.\n" : "... 8-10 bit mode selected.\n");
+
+    int buffers = sparkMemGetFreeMemory();
+    printf("Available buffers = %d\n", buffers);
+    print_rule('+');
+    printf("\n");
+    if (buffers < kBuffersNeeded) {
+        printf("ERROR: we need %d image buffers, but we only got %d.\n", kBuffersNeeded, buffers);
+        printf("... Processing will be turned off ...\n");
+        sparkMessage(const_cast<char*>("Insufficient image buffers available! Giving up!"));
+        sleep(5);
+    }
+    // A host short of buffers still gets a working panel; only rendering is refused.
+    DLprocessingDisabled = buffers < kBuffersNeeded;
+
+    // The long image filters ask the effect whether to stop between lines.
+    ImageQ4::set_image_abort_hook(lib_abort_render, static_cast<PluginQ4*>(&Instance));
+    BindControls();
+
+    // The fourth page is titled twice on purpose and the later title wins; the order is kept
+    // as existing hosts have always been given it.
+    sparkControlTitle(3, const_cast<char*>("Import AIFF"));
+    sparkControlTitle(0, const_cast<char*>("Vesk"));
+    sparkControlTitle(1, const_cast<char*>("Shape"));
+    sparkControlTitle(2, const_cast<char*>("Influence"));
+    sparkControlTitle(3, const_cast<char*>("Presets"));
+    sparkClipControlTitle(0, const_cast<char*>("Back"));
+    sparkClipControlTitle(1, const_cast<char*>("SColour"));
+    sparkClipControlTitle(2, const_cast<char*>("SMatte"));
+
+    DL_Sync_Ctrl = 1;
+    RenameChannelEditorEntries();
+    return 2;
+}
+
+SPARK_EXPORT int SparkClips(void) { return 5; }
+
+SPARK_EXPORT int SparkMemoryTempBuffers(void) {
+    DLtempBufferId = sparkMemRegisterBuffer();
+    return DLtempBufferId;
+}
+
+SPARK_EXPORT int SparkProcessStart(SparkInfoStruct) { return 1; }
+
+SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
+    Instance.pen_pressure = 0.0f;
+    sparkCursorBusy();
+    if (DLprocessingDisabled) {
+        sparkMessage(const_cast<char*>(" Q4-Vesk cannot run due to insufficient buffers."));
+        sleep(5);
+        return nullptr;
+    }
+
+    const int divisor = ResolutionDivisor(SparkPup33.Value);
+    SparkGraphInfoStruct graph{};
+    sparkGraphSetup(&graph);
+    const float aspect = graph.PixelAspectRatio;
+
+    DLnumProc = (signed char)info.NumProcessors;
+    DLheight = info.FrameHeight;
+    DLwidth = info.FrameWidth;
+    DLscalesr = divisor;
+    Instance.second_flag = false;
+    Instance.frame = (double)(int)info.FrameNo;
+    Instance.frame_next = (double)(int)info.TotalFrameNo;
+
+    if (!sparkMemGetBuffer(DLtempBufferId, &DLtempRecord)) return nullptr;
+    for (int id = 2; id <= 6; ++id) {
+        SparkMemBufStruct& record = DLsourceRecords[id - 2];
+        if (!sparkMemGetBuffer(id, &record)) {
+            release_source_images();
+            return nullptr;
+        }
+        SourceQ4* source = kSources[id - 2];
+        source->index = id - 2;
+        source->twelve_bit = DLtwelveBit ? 1 : 0;
+        source->temp_id = DLtempBufferId;
+        source->temp_record = &DLtempRecord;
+        source->image = import_frame(record.Buffer, DLwidth, DLheight, aspect, divisor, 1);
+    }
+    if (!sparkMemGetBuffer(1, &DLoutputRecord)) {
+        release_source_images();
+        return nullptr;
+    }
+    ResultQ4& result = Instance.info.result;
+    result.image = import_frame(DLoutputRecord.Buffer, DLwidth, DLheight, aspect, divisor, 0);
+
+    CopyControlValues();
+    if (DL_Sync_Ctrl == 1) {
+        Instance.SyncControls();
+        DL_Sync_Ctrl = 0;
+    }
+    Instance.ProcessFrame();
+
+    // Blend mixes the untouched background back over the effect; zero leaves the result alone.
+    const float blend = SparkFloat27.Value / 100.0f;
+    if (blend > 0.0f && result.image != nullptr)
+        result.image->InBlend(blend, Instance.info.source1.image);
+
+    release_source_images();
+    if (DLtwelveBit)
+        ConvertToDLImage12(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor, 0);
+    else
+        ConvertToDLImage8(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor);
+    delete result.image;
+    result.image = nullptr;
+
+    sparkViewingCursor(1);
+    return DLoutputRecord.Buffer;
+}
+
+SPARK_EXPORT void SparkUnInitialise(SparkInfoStruct info) {
+    sparkSaveSetup(reinterpret_cast<char*>(&info));
+}
+
+}  // extern "C"

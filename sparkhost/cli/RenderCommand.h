@@ -1,0 +1,39 @@
+// `sparkhost render`: runs a plug-in over a range of frames and writes the results.
+#ifndef SPARKHOST_CLI_RENDERCOMMAND_H
+#define SPARKHOST_CLI_RENDERCOMMAND_H
+
+#include <string>
+#include <vector>
+
+namespace sparkhost {
+
+struct RenderOptions {
+    std::string plugin;
+    std::string frames = "1";
+    std::vector<std::string> clips;     // "N=PATTERN"
+    int depth = 8;
+    std::string size;                   // "WxH"
+    int threads = 0;                    // 0: one per processor
+    float pixelAspect = 1.0f;           // what sparkGraphSetup reports
+    std::string resolution;             // an entry of the plug-in's resolution list, e.g. "1/2"
+    std::vector<std::string> sets;      // "NAME=VALUE"
+    std::vector<std::string> presses;   // "NAME"
+    std::string setup;
+    std::string saveSetup;
+    std::string keys;
+    bool yes = false;
+    bool no = false;
+    std::string file;
+    bool overlay = false;               // write the viewer's picture: the frame with the overlay
+    std::string drag;                   // "X0,Y0:X1,Y1", a drag in the viewer on the first frame
+    std::string output;
+};
+
+int runRender(const RenderOptions& options);
+
+// "WxH" with both at least 1.
+bool parseSize(const std::string& text, int* width, int* height, std::string* error);
+
+}  // namespace sparkhost
+
+#endif

@@ -1,0 +1,44 @@
+// The input clips of a render: each an image sequence or a still, read on demand at the host's
+// frame size and depth. A clip without files shows black; the first clip may instead show the
+// built-in default plate.
+#ifndef SPARKHOST_LIB_CLIPSET_H
+#define SPARKHOST_LIB_CLIPSET_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "sparkhost/lib/FrameBuffer.h"
+#include "sparkhost/lib/SequencePattern.h"
+
+namespace sparkhost {
+
+class ClipSet {
+public:
+    // clip counts from 0 (0 = the first input clip).
+    bool setClip(int clip, const std::string& pattern, std::string* error);
+    void setDefaultPlate(int clip) { plates_[clip] = true; }
+    bool hasClip(int clip) const { return patterns_.count(clip) != 0; }
+    const std::map<int, SequencePattern>& clips() const { return patterns_; }
+
+    // Checks that every file the frames need exists and that the first one of every clip has the
+    // frame's size. The error names the clip and the file.
+    bool check(const std::vector<int>& frames, int width, int height, std::string* error) const;
+
+    // Reads a clip's frame into a buffer of the frame's size and depth; false (and black) when
+    // the clip has no such file. Read failures and wrong sizes are kept for lastError().
+    bool read(int clip, int frame, FrameBuffer& destination);
+    const std::string& lastError() const { return lastError_; }
+    void clearError() { lastError_.clear(); }
+
+private:
+    std::map<int, SequencePattern> patterns_;
+    std::map<int, bool> plates_;
+    std::map<int, FrameBuffer> stills_;  // a still is read once
+    FrameBuffer plate_;
+    std::string lastError_;
+};
+
+}  // namespace sparkhost
+
+#endif

@@ -1,0 +1,238 @@
+// The host side of the Spark interface: everything a plug-in can ask of its host through the
+// spark… functions lives in one Host object, which programs and tests configure before they load
+// a plug-in and inspect afterwards.
+//
+// The spark… functions are plain C functions without a context argument, so they answer for the
+// current host (Host::current()): the host a Plugin last called its plug-in for, else the most
+// recently constructed Host still alive, or a process-wide default one when none was made.
+#ifndef SPARKHOST_LIB_HOST_H
+#define SPARKHOST_LIB_HOST_H
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "spark/spark.h"
+#include "sparkhost/lib/Curve.h"
+#include "sparkhost/lib/FrameBuffer.h"
+
+namespace sparkhost {
+
+class Panel;
+
+struct HostMessage {
+    enum Kind { Message, Error, Confirm, Note };
+    Kind kind;
+    std::string text;
+};
+
+// Answers a request for one frame of an input clip. clip counts from 0 (0 = the first input clip,
+// buffer id 2); the destination already has the host frame's size and depth. Returns false when
+// the clip has nothing for that frame, in which case the host shows black.
+using ClipProvider = std::function<bool(int clip, int frame, FrameBuffer& destination)>;
+
+// One line of the channel editor's tree, as the plug-in built it.
+struct ChannelEntry {
+    bool folder = false;
+    int level = 0;
+    int type = 0;         // for controls: 1 = panel control, 0 = user float channel
+    int control = 0;
+    std::string name;     // folder name
+};
+
+constexpr int kOutputBuffer = 1;
+constexpr int kFirstInputBuffer = 2;
+constexpr int kMaxInputClips = 5;
+
+class Host {
+public:
+    Host();
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    static Host& current();
+    void makeCurrent();
+
+    // ---- configuration -------------------------------------------------------------------
+    void setFrameSize(int width, int height);
+    void setDepthCode(int depthCode);   // 24 (8-bit) or 48 (12-bit); 64 is taken as 12-bit too
+    void setBitDepth(int bits);         // 8 or 12
+    void setProcessors(int count);      // jobs per sparkMpFork, and NumProcessors in the record
+    void setFreeMemory(int buffers) { freeMemory_ = buffers; }
+    void setPixelAspectRatio(float ratio) { pixelAspect_ = ratio; }
+    void setViewerRatio(float ratio) { viewerRatio_ = ratio; }
+    void setApiVersion(float version) { apiVersion_ = version; }
+    void setProgramName(const std::string& name) { programName_ = name; }
+    void setWorkingDir(const std::string& dir) { workingDir_ = dir; }
+    void setConfirmAnswer(bool yes) { confirmAnswer_ = yes; }
+    // The file the host's file browser hands back; empty means the user cancels.
+    void setBrowserAnswer(const std::string& path) { browserAnswer_ = path; }
+    void setClipProvider(ClipProvider provider) { provider_ = std::move(provider); }
+    // Makes sparkMemGetBuffer fail for one buffer id (0 = none), to exercise a plug-in's failure path.
+    void setFailingBuffer(int id) { failingBuffer_ = id; }
+    // Buffers are handed out only while a frame is loaded; see Plugin.
+    void setBuffersReady(bool ready) { buffersReady_ = ready; }
+    void setSetupName(const std::string& name) { setupName_ = name; }
+    // When on, sparkSaveSetup writes the setup file it is given; off, the request is only recorded.
+    void setSaveSetups(bool save) { saveSetups_ = save; }
+    // When on (the default), messages are also written to standard error with a prefix.
+    void setEcho(bool echo) { echo_ = echo; }
+    void setMessagePrefix(const std::string& prefix) { prefix_ = prefix; }
+    // Called before a message is echoed (a progress display uses it to clear its line).
+    void setBeforeEcho(std::function<void()> hook) { beforeEcho_ = std::move(hook); }
+    void setTotalFrames(unsigned total) { totalFrames_ = total; }
+    void setMode(char mode) { mode_ = mode; }
+    void setViewerOrigin(int x, int y) { originX_ = x; originY_ = y; }
+
+    int frameWidth() const { return width_; }
+    int frameHeight() const { return height_; }
+    int depthCode() const { return depth_; }
+    bool twelveBit() const { return isTwelveBit(depth_); }
+    int processors() const { return processors_; }
+    int freeMemory() const { return freeMemory_; }
+    float pixelAspectRatio() const { return pixelAspect_; }
+    float viewerRatio() const { return viewerRatio_; }
+    float apiVersion() const { return apiVersion_; }
+    const std::string& programName() const { return programName_; }
+    const std::string& workingDir() const { return workingDir_; }
+    bool confirmAnswer() const { return confirmAnswer_; }
+    const std::string& setupName() const { return setupName_; }
+    bool buffersReady() const { return buffersReady_; }
+
+    // ---- frame record and buffers ----------------------------------------------------------
+    void setCurrentFrame(int frame) { frame_ = frame; }
+    int currentFrame() const { return frame_; }
+    // The frame information record as the host passes it for the current frame.
+    SparkInfoStruct info() const;
+
+    void setInputClips(int count);
+    int inputClips() const { return inputClips_; }
+    // Buffer 1 is the output, 2..6 the input clips, then registered temporary buffers.
+    bool hasBuffer(int id) const;
+    FrameBuffer& buffer(int id);
+    int registerBuffer();
+    const std::vector<int>& registeredBuffers() const { return registered_; }
+    // Fills every input clip buffer with the clip's frame (black where the provider has none).
+    void loadInputs(int frame);
+    // Fetches one frame of an input clip into a buffer of the frame's size and depth.
+    bool fetchFrame(int clip, int frame, FrameBuffer& destination);
+    bool fillBufferRecord(int id, SparkMemBufStruct* record);
+    std::vector<std::pair<int, int>> frameRequests() const;  // (clip, frame) of sparkGetFrame
+
+    // ---- messages --------------------------------------------------------------------------
+    void report(HostMessage::Kind kind, const std::string& text);
+    std::vector<HostMessage> messages() const;
+    // Every message text of one kind, each followed by a newline.
+    std::string messageText(HostMessage::Kind kind) const;
+    void clearMessages();
+
+    // ---- viewer, cursor, panel state -------------------------------------------------------
+    void noteViewingDraw() { ++viewingDraws_; }
+    void noteCursor(int cursor) { cursors_.push_back(cursor); }
+    void noteCursorBusy() { ++cursorBusy_; }
+    void noteControlUpdate(int control) { controlUpdates_.push_back(control); }
+    int viewingDraws() const { return viewingDraws_; }
+    int cursorBusyCount() const { return cursorBusy_; }
+    const std::vector<int>& cursors() const { return cursors_; }
+    const std::vector<int>& controlUpdates() const { return controlUpdates_; }
+
+    void setParameterEnabled(int type, int control, bool enabled);
+    bool parameterEnabled(int type, int control) const;
+    void setPageTitle(int page, const std::string& title) { pageTitles_[page] = title; }
+    void setClipTitle(int clip, const std::string& title) { clipTitles_[clip] = title; }
+    const std::map<int, std::string>& pageTitles() const { return pageTitles_; }
+    const std::map<int, std::string>& clipTitles() const { return clipTitles_; }
+    void setControlName(int type, int control, const std::string& name);
+    std::string controlName(int type, int control) const;
+
+    void addChannelFolder(int level, const std::string& name);
+    void addChannelControl(int level, int type, int control);
+    const std::vector<ChannelEntry>& channels() const { return channels_; }
+    void clearChannels() { channels_.clear(); }
+
+    // ---- animation -------------------------------------------------------------------------
+    // type 1 is a panel control (SparkFloatN / SparkIntN), type 0 a user float channel.
+    Curve& curve(int type, int control) { return curves_[{type, control}]; }
+    const Curve* findCurve(int type, int control) const;
+    const std::map<std::pair<int, int>, Curve>& curves() const { return curves_; }
+    void clearCurves() { curves_.clear(); }
+    // The curve's value at a frame, or the control's current value when it has no keys.
+    float curveValue(int type, int control, float frame) const;
+
+    void setPanel(Panel* panel) { panel_ = panel; }
+    Panel* panel() const { return panel_; }
+
+    // ---- setups and files ------------------------------------------------------------------
+    void loadSetupRequest(const char* name);
+    void saveSetupRequest(const char* name);
+    const std::vector<std::string>& setupLoads() const { return setupLoads_; }
+    const std::vector<std::string>& setupSaves() const { return setupSaves_; }
+    void fileBrowser(const char* path, const char* extension, void (*done)(char*));
+    const std::vector<std::string>& browserRequests() const { return browserRequests_; }
+
+    // ---- parallel jobs ---------------------------------------------------------------------
+    // Runs job(args...) once per processor in parallel and returns when all have finished. The
+    // arguments are integers or pointers, passed on exactly as the plug-in gave them.
+    void fork(void (*job)(), int nargs, const unsigned long* args);
+    int forkCount() const { return forkCount_; }
+
+private:
+    int width_ = 1280;
+    int height_ = 720;
+    int depth_ = kDepth8;
+    int processors_ = 1;
+    int freeMemory_ = 8;
+    float pixelAspect_ = 1.0f;
+    float viewerRatio_ = 1.0f;
+    float apiVersion_ = 4.0f;
+    std::string programName_ = "sparkhost";
+    std::string workingDir_;
+    bool confirmAnswer_ = true;
+    std::string browserAnswer_;
+    ClipProvider provider_;
+    int failingBuffer_ = 0;
+    bool buffersReady_ = true;
+    std::string setupName_;
+    bool saveSetups_ = false;
+    bool echo_ = true;
+    std::string prefix_ = "sparkhost: ";
+    std::function<void()> beforeEcho_;
+    unsigned totalFrames_ = 1;
+    char mode_ = 1;
+    int originX_ = 0;
+    int originY_ = 0;
+
+    int frame_ = 1;
+    int inputClips_ = kMaxInputClips;
+    std::map<int, FrameBuffer> buffers_;
+    std::vector<int> registered_;
+    std::vector<std::pair<int, int>> frameRequests_;
+
+    mutable std::mutex messageMutex_;
+    std::vector<HostMessage> messages_;
+
+    int viewingDraws_ = 0;
+    int cursorBusy_ = 0;
+    std::vector<int> cursors_;
+    std::vector<int> controlUpdates_;
+    std::map<std::pair<int, int>, bool> enabled_;
+    std::map<int, std::string> pageTitles_;
+    std::map<int, std::string> clipTitles_;
+    std::map<std::pair<int, int>, std::string> controlNames_;
+    std::vector<ChannelEntry> channels_;
+    std::map<std::pair<int, int>, Curve> curves_;
+    Panel* panel_ = nullptr;
+
+    std::vector<std::string> setupLoads_;
+    std::vector<std::string> setupSaves_;
+    std::vector<std::string> browserRequests_;
+    int forkCount_ = 0;
+};
+
+}  // namespace sparkhost
+
+#endif

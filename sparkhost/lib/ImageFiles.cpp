@@ -1,0 +1,163 @@
+#include "sparkhost/lib/ImageFiles.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+#include <vector>
+
+namespace sparkhost {
+
+namespace {
+
+std::string lowerExtension(const std::string& path) {
+    size_t slash = path.rfind('/');
+    size_t dot = path.rfind('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
+    std::string ext = path.substr(dot);
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return ext;
+}
+
+// A 16-bit file value to the host's 12 bits, rounded to nearest.
+unsigned to12(unsigned v16) { return (v16 * 4095u + 32767u) / 65535u; }
+// Twelve bits back to sixteen by repeating the top bits, so 4095 becomes 65535 exactly.
+unsigned from12(unsigned v12) { return (v12 << 4) | (v12 >> 8); }
+
+char gPartial[4096];
+
+// Marks the temporary file of the write under way, for an interrupting signal's handler.
+struct PartialMark {
+    explicit PartialMark(const std::string& path) {
+        std::snprintf(gPartial, sizeof gPartial, "%s", path.c_str());
+    }
+    ~PartialMark() { gPartial[0] = '\0'; }
+};
+
+}  // namespace
+
+const char* partialImagePath() { return gPartial; }
+
+bool imageSize(const std::string& path, int* width, int* height, std::string* error) {
+    auto in = OIIO::ImageInput::open(path);
+    if (!in) {
+        if (error) *error = "cannot read image '" + path + "': " + OIIO::geterror();
+        return false;
+    }
+    *width = in->spec().width;
+    *height = in->spec().height;
+    in->close();
+    return true;
+}
+
+bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::string* error) {
+    auto in = OIIO::ImageInput::open(path);
+    if (!in) {
+        std::string why = OIIO::geterror();
+        if (error) *error = "cannot read image '" + path + "': " + (why.empty() ? "unknown format" : why);
+        return false;
+    }
+    const OIIO::ImageSpec& spec = in->spec();
+    int w = spec.width, h = spec.height, nch = spec.nchannels;
+    if (w <= 0 || h <= 0 || nch <= 0) {
+        if (error) *error = "cannot read image '" + path + "': it has no pixels";
+        return false;
+    }
+    bool deep = isTwelveBit(depthCode);
+    std::vector<uint16_t> pixels16;
+    std::vector<uint8_t> pixels8;
+    bool ok;
+    if (deep) {
+        pixels16.resize(size_t(w) * size_t(h) * size_t(nch));
+        ok = in->read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT16, pixels16.data());
+    } else {
+        pixels8.resize(size_t(w) * size_t(h) * size_t(nch));
+        ok = in->read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT8, pixels8.data());
+    }
+    if (!ok) {
+        if (error) *error = "cannot read image '" + path + "': " + in->geterror();
+        return false;
+    }
+    in->close();
+    out->resize(w, h, depthCode);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            size_t base = (size_t(y) * size_t(w) + size_t(x)) * size_t(nch);
+            for (int c = 0; c < 3; ++c) {
+                size_t src = base + size_t(nch >= 3 ? c : 0);
+                if (deep) out->setRaw(x, y, c, to12(pixels16[src]) << 4);
+                else out->setRaw(x, y, c, pixels8[src]);
+            }
+        }
+    }
+    return true;
+}
+
+bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error) {
+    auto fail = [&](const std::string& why) {
+        if (error) *error = "cannot write image '" + path + "': " + why;
+        return false;
+    };
+    std::string ext = lowerExtension(path);
+    bool deep = isTwelveBit(frame.depthCode());
+    OIIO::TypeDesc fileType = deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8;
+    if (ext == ".exr") fileType = OIIO::TypeDesc::HALF;
+    if (ext == ".jpg" || ext == ".jpeg" || ext == ".gif" || ext == ".bmp") fileType = OIIO::TypeDesc::UINT8;
+
+    size_t slash = path.rfind('/');
+    std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+    // The extension stays last so that the writer still knows the format.
+    std::string temporary = dir + ".sparkhost-" + std::to_string(::getpid()) + "-" + base;
+
+    auto out = OIIO::ImageOutput::create(path);
+    if (!out) return fail("no writer for this file type (" + OIIO::geterror() + ")");
+    PartialMark partial(temporary);
+    OIIO::ImageSpec spec(frame.width(), frame.height(), 3, fileType);
+    if (!out->open(temporary, spec)) return fail(out->geterror());
+    int w = frame.width(), h = frame.height();
+    bool ok;
+    if (fileType == OIIO::TypeDesc::HALF || (deep && fileType == OIIO::TypeDesc::UINT16)) {
+        std::vector<uint16_t> pixels(size_t(w) * size_t(h) * 3);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 3; ++c) {
+                    unsigned v = frame.value(x, y, c);
+                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
+                        uint16_t(deep ? from12(v) : (v << 8) | v);
+                }
+        ok = out->write_image(OIIO::TypeDesc::UINT16, pixels.data());
+    } else {
+        std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 3);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 3; ++c) {
+                    unsigned v = frame.value(x, y, c);
+                    // Deep frames kept in an 8-bit file are rounded to the nearest of 255 steps.
+                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
+                        uint8_t(deep ? (v * 255u + 2047u) / 4095u : v);
+                }
+        ok = out->write_image(OIIO::TypeDesc::UINT8, pixels.data());
+    }
+    std::string why = ok ? "" : out->geterror();
+    if (!out->close() && ok) {
+        ok = false;
+        why = out->geterror();
+    }
+    if (!ok) {
+        std::remove(temporary.c_str());
+        return fail(why);
+    }
+    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+        std::string reason = std::strerror(errno);
+        std::remove(temporary.c_str());
+        return fail(reason);
+    }
+    return true;
+}
+
+}  // namespace sparkhost

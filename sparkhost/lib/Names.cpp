@@ -1,0 +1,71 @@
+#include "sparkhost/lib/Names.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace sparkhost {
+
+std::string trimRight(const std::string& s) {
+    size_t end = s.size();
+    while (end > 0 && std::isspace(static_cast<unsigned char>(s[end - 1]))) --end;
+    return s.substr(0, end);
+}
+
+std::string trim(const std::string& s) {
+    size_t begin = 0;
+    while (begin < s.size() && std::isspace(static_cast<unsigned char>(s[begin]))) ++begin;
+    return trimRight(s.substr(begin));
+}
+
+std::string normaliseName(const std::string& name) {
+    std::string out;
+    bool blank = false;
+    for (char c : trim(name)) {
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            blank = true;
+            continue;
+        }
+        if (blank && !out.empty()) out += ' ';
+        blank = false;
+        out += char(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return out;
+}
+
+int editDistance(const std::string& a, const std::string& b) {
+    std::vector<int> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) row[j] = int(j);
+    for (size_t i = 1; i <= a.size(); ++i) {
+        int diagonal = row[0];
+        row[0] = int(i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            int above = row[j];
+            int substitution = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            row[j] = std::min({above + 1, row[j - 1] + 1, substitution});
+            diagonal = above;
+        }
+    }
+    return row[b.size()];
+}
+
+std::vector<std::string> closestNames(const std::string& name,
+                                      const std::vector<std::string>& candidates, size_t count) {
+    std::string wanted = normaliseName(name);
+    std::vector<std::pair<int, size_t>> ranked;
+    for (size_t i = 0; i < candidates.size(); ++i) {
+        if (candidates[i].empty()) continue;
+        ranked.emplace_back(editDistance(wanted, normaliseName(candidates[i])), i);
+    }
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const auto& x, const auto& y) { return x.first < y.first; });
+    std::vector<std::string> out;
+    for (const auto& r : ranked) {
+        const std::string& c = candidates[r.second];
+        if (std::find(out.begin(), out.end(), c) != out.end()) continue;
+        out.push_back(c);
+        if (out.size() >= count) break;
+    }
+    return out;
+}
+
+}  // namespace sparkhost

@@ -1,0 +1,27 @@
+// Matching what a person types against the names of controls and list entries.
+#ifndef SPARKHOST_LIB_NAMES_H
+#define SPARKHOST_LIB_NAMES_H
+
+#include <string>
+#include <vector>
+
+namespace sparkhost {
+
+// Lower case, runs of blanks collapsed to one, leading and trailing blanks removed.
+std::string normaliseName(const std::string& name);
+
+// Edit distance (insertions, deletions and substitutions of one character each).
+int editDistance(const std::string& a, const std::string& b);
+
+// The candidates closest to a name, compared after normalisation, nearest first; ties keep
+// the candidates' order. At most `count` entries, duplicates removed.
+std::vector<std::string> closestNames(const std::string& name,
+                                      const std::vector<std::string>& candidates, size_t count);
+
+// Removes trailing blanks and line ends.
+std::string trimRight(const std::string& s);
+std::string trim(const std::string& s);
+
+}  // namespace sparkhost
+
+#endif

@@ -1,0 +1,51 @@
+#include "sparkhost/lib/Pauses.h"
+
+#include <mutex>
+
+namespace {
+
+std::mutex& pauseMutex() {
+    static std::mutex m;
+    return m;
+}
+
+std::vector<unsigned>& pauses() {
+    static std::vector<unsigned> p;
+    return p;
+}
+
+}  // namespace
+
+// Interposes the C library's sleep for the host and for every plug-in it loads: the pause is
+// recorded and the call returns at once with nothing left to sleep.
+extern "C" __attribute__((visibility("default"))) unsigned int sleep(unsigned int seconds) noexcept {
+    std::lock_guard<std::mutex> lock(pauseMutex());
+    pauses().push_back(seconds);
+    return 0;
+}
+
+namespace sparkhost {
+
+int pauseCount() {
+    std::lock_guard<std::mutex> lock(pauseMutex());
+    return int(pauses().size());
+}
+
+unsigned pauseSeconds() {
+    std::lock_guard<std::mutex> lock(pauseMutex());
+    unsigned total = 0;
+    for (unsigned s : pauses()) total += s;
+    return total;
+}
+
+std::vector<unsigned> pauseRequests() {
+    std::lock_guard<std::mutex> lock(pauseMutex());
+    return pauses();
+}
+
+void resetPauses() {
+    std::lock_guard<std::mutex> lock(pauseMutex());
+    pauses().clear();
+}
+
+}  // namespace sparkhost

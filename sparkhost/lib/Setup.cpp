@@ -1,0 +1,98 @@
+#include "sparkhost/lib/Setup.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "sparkhost/lib/Host.h"
+#include "sparkhost/lib/Names.h"
+#include "sparkhost/lib/Panel.h"
+
+namespace sparkhost {
+
+bool writeSetup(const Panel& panel, const Host& host, const std::string& path, std::string* error) {
+    std::ostringstream out;
+    out << "# sparkhost setup\n";
+    for (const auto& c : panel.controls()) {
+        if (c.kind == ControlKind::Push) continue;
+        out << c.record << " = " << panel.rawValue(c);
+        // Text values run to the end of the line, so only the other kinds carry a comment.
+        if (c.kind != ControlKind::String) {
+            std::string label = panel.name(c);
+            if (label.empty()) label = host.controlName(Panel::channelType(c), c.number);
+            if (!label.empty()) out << "  # " << label;
+        }
+        out << "\n";
+    }
+    for (const auto& entry : host.curves()) {
+        const Control* c = panel.channel(entry.first.first, entry.first.second);
+        if (!c) continue;
+        for (const auto& key : entry.second.keys()) {
+            char value[64];
+            std::snprintf(value, sizeof value, "%.9g", double(key.second));
+            out << "key " << c->record << " " << key.first << " " << value << "\n";
+        }
+    }
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    if (!file || !(file << out.str()) || !file.flush()) {
+        if (error) *error = "cannot write setup file '" + path + "'";
+        return false;
+    }
+    return true;
+}
+
+bool readSetup(const Panel& panel, Host& host, const std::string& path, std::string* error) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        if (error) *error = "cannot read setup file '" + path + "'";
+        return false;
+    }
+    host.clearCurves();
+    std::string line;
+    int lineNo = 0;
+    auto bad = [&](const std::string& why) {
+        if (error) *error = path + ":" + std::to_string(lineNo) + ": " + why;
+        return false;
+    };
+    while (std::getline(file, line)) {
+        ++lineNo;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        std::string t = trim(line);
+        if (t.empty() || t[0] == '#') continue;
+        if (t.compare(0, 4, "key ") == 0) {
+            std::istringstream in(t.substr(4));
+            std::string record;
+            int frame;
+            float value;
+            if (!(in >> record >> frame >> value)) return bad("a key needs a record, a frame and a value");
+            const Control* c = panel.findRecord(record);
+            if (!c || !panel.isNumeric(*c)) {
+                host.report(HostMessage::Note, path + ": skipping keys of '" + record +
+                                                   "', which this plug-in cannot animate");
+                continue;
+            }
+            host.curve(Panel::channelType(*c), c->number).setKey(frame, value);
+            continue;
+        }
+        size_t eq = line.find(" = ");
+        if (eq == std::string::npos) return bad("expected 'record = value'");
+        std::string record = trim(line.substr(0, eq));
+        std::string value = line.substr(eq + 3);
+        const Control* c = panel.findRecord(record);
+        if (!c) {
+            host.report(HostMessage::Note,
+                        path + ": skipping '" + record + "', which this plug-in does not have");
+            continue;
+        }
+        if (c->kind != ControlKind::String) {
+            size_t hash = value.find('#');
+            if (hash != std::string::npos) value = value.substr(0, hash);
+            value = trim(value);
+        }
+        std::string why;
+        if (!panel.setRawValue(*c, value, &why)) return bad(why);
+    }
+    return true;
+}
+
+}  // namespace sparkhost

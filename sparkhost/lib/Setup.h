@@ -1,0 +1,29 @@
+// Setups: every control value of a plug-in and every animation curve, in a text file a person
+// can read and edit.
+//
+//   # sparkhost setup
+//   SparkInt11 = 300  # Vesk Size
+//   SparkString0 = 1: Background Clip
+//   key SparkFloat13 1 84
+//   key SparkFloat13 50 20
+//
+// One record per line as "record = value" with the record's raw value (list positions from 0,
+// colours as packed words); "key record frame value" lines give the keys of a curve.
+#ifndef SPARKHOST_LIB_SETUP_H
+#define SPARKHOST_LIB_SETUP_H
+
+#include <string>
+
+namespace sparkhost {
+
+class Host;
+class Panel;
+
+bool writeSetup(const Panel& panel, const Host& host, const std::string& path, std::string* error);
+// Values of records the plug-in does not have are reported and skipped; a loaded setup replaces
+// every curve the host held.
+bool readSetup(const Panel& panel, Host& host, const std::string& path, std::string* error);
+
+}  // namespace sparkhost
+
+#endif

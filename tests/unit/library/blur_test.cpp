@@ -1,0 +1,246 @@
+// Recursive Gaussian blur: coefficients, the shape of the filter, edges, passes and bands.
+#include <cmath>
+#include <vector>
+
+#include "tests/unit/library/library_env.h"
+
+namespace {
+
+// Young and van Vliet's coefficients in their published form (b0..b3, then normalised), with
+// the program's linear q below sigma 0.5.
+struct Yvv {
+    double B, c1, c2, c3;
+};
+Yvv published(double s) {
+    double q = s >= 2.5 ? 0.98711 * s - 0.9633
+             : s >= 0.5 ? 3.97156 - 4.14554 * std::sqrt(1 - 0.26891 * s)
+                        : 0.7668171614 * s;
+    double b0 = 1.57825 + 2.44413 * q + 1.4281 * q * q + 0.422205 * q * q * q;
+    double b1 = 2.44413 * q + 2.85619 * q * q + 1.26661 * q * q * q;
+    double b2 = -(1.4281 * q * q + 1.26661 * q * q * q);
+    double b3 = 0.422205 * q * q * q;
+    Yvv r{0, b1 / b0, b2 / b0, b3 / b0};
+    r.B = 1 - (r.c1 + r.c2 + r.c3);
+    return r;
+}
+
+double sigma_of(float radius) { return radius * 0.25 + 0.05; }
+float radius_for(double sigma) { return (float)((sigma - 0.05) / 0.25); }
+
+// One line filtered the plain way: edge padding, zero-started forward and backward recursions.
+std::vector<int> reference_line(const std::vector<int>& line, double sigma) {
+    Yvv k = published(sigma);
+    ImageQ4::yvv_coeffs(sigma, k.B, k.c1, k.c2, k.c3);  // bit-exact coefficients for equality
+    int n = (int)line.size(), p = (int)sigma + 4, L = 3 * p + n;
+    std::vector<double> in(L), w(L, 0.0), o(L, 0.0);
+    for (int i = 0; i < L; i++) in[i] = line[i < p ? 0 : i < p + n ? i - p : n - 1];
+    for (int i = 3; i < L; i++) w[i] = k.B * in[i] + k.c1 * w[i - 1] + k.c2 * w[i - 2] + k.c3 * w[i - 3];
+    for (int i = L - 4; i >= 0; i--) o[i] = k.B * w[i] + k.c1 * o[i + 1] + k.c2 * o[i + 2] + k.c3 * o[i + 3];
+    std::vector<int> out(n);
+    for (int x = 0; x < n; x++) {
+        double v = o[p + x];
+        out[x] = v < 0 ? 0 : v > 32767 ? 32767 : (int)v;
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST(BlurCoefficients, MatchThePublishedFormulasInEveryBranch) {
+    for (double s : {0.05, 0.3, 0.4999, 0.5, 1.0, 2.4999, 2.5, 10.0, 100.0}) {
+        double B, c1, c2, c3;
+        ImageQ4::yvv_coeffs(s, B, c1, c2, c3);
+        Yvv want = published(s);
+        EXPECT_NEAR(c1, want.c1, 1e-12) << s;
+        EXPECT_NEAR(c2, want.c2, 1e-12) << s;
+        EXPECT_NEAR(c3, want.c3, 1e-12) << s;
+        EXPECT_NEAR(B, want.B, 1e-12) << s;
+        EXPECT_DOUBLE_EQ(B + c1 + c2 + c3, 1.0);  // unit gain at rest
+    }
+    // Both branch boundaries jump: q falls from 0.383 to 0.115 at sigma 0.5 and from 1.598 to
+    // 1.504 at 2.5, which moves the first feedback coefficient visibly.
+    double below[4], at[4];
+    ImageQ4::yvv_coeffs(0.4999999, below[0], below[1], below[2], below[3]);
+    ImageQ4::yvv_coeffs(0.5, at[0], at[1], at[2], at[3]);
+    EXPECT_GT(below[1] - at[1], 0.3);
+    ImageQ4::yvv_coeffs(2.4999999, below[0], below[1], below[2], below[3]);
+    ImageQ4::yvv_coeffs(2.5, at[0], at[1], at[2], at[3]);
+    EXPECT_GT(below[1] - at[1], 0.04);
+}
+
+TEST(BlurCoefficients, DericheFilterHasUnitGainAndAGaussianImpulseResponse) {
+    for (double s : {1.0, 3.0, 10.0}) {
+        double n[5], d[5], m[5], dm[5], bn[5], bm[5];
+        ImageQ4::make_coeffs(s, n, d, m, dm, bn, bm);
+        double sn = 0, sm = 0, sd = 0;
+        for (int i = 0; i < 5; i++) {
+            sn += n[i];
+            sm += m[i];
+            sd += d[i];
+            EXPECT_EQ(dm[i], d[i]);
+        }
+        EXPECT_NEAR((sn + sm) / (1 + sd), 1.0, 1e-12) << s;
+        EXPECT_EQ(m[0], 0.0);
+        EXPECT_EQ(n[4], 0.0);
+        // Edge coefficients are the denominator times each side's share of the gain.
+        EXPECT_NEAR(bn[2] + bm[2], d[2], 1e-12);
+        EXPECT_NEAR(bn[1] / d[1], sn / (1 + sd), 1e-12);
+
+        // Causal plus anti-causal response to a unit impulse against the Gaussian. Deriche's
+        // fit is good to a few tenths of a percent of the peak; a wrong constant or sign shows
+        // up as tens of percent.
+        const int N = (int)(20 * s) + 41, c = N / 2;
+        std::vector<double> x(N, 0.0), yp(N, 0.0), ym(N, 0.0);
+        x[c] = 1.0;
+        for (int i = 0; i < N; i++) {
+            double v = 0;
+            for (int k = 0; k <= 3; k++)
+                if (i - k >= 0) v += n[k] * x[i - k];
+            for (int k = 1; k <= 4; k++)
+                if (i - k >= 0) v -= d[k] * yp[i - k];
+            yp[i] = v;
+        }
+        for (int i = N - 1; i >= 0; i--) {
+            double v = 0;
+            for (int k = 1; k <= 4; k++)
+                if (i + k < N) v += m[k] * x[i + k] - d[k] * ym[i + k];
+            ym[i] = v;
+        }
+        const double peak = 1 / (s * std::sqrt(2 * M_PI));
+        for (int i = 0; i < N; i++) {
+            double g = peak * std::exp(-(i - c) * (i - c) / (2 * s * s));
+            EXPECT_NEAR(yp[i] + ym[i], g, 0.01 * peak) << "sigma " << s << " at " << i - c;
+        }
+    }
+}
+
+class Blur : public WithHost {};
+
+TEST_F(Blur, EachPassFiltersEveryLineAsTheLineAlgorithmDoes) {
+    // Odd sizes, more lines than one block of eight, and a line shorter than the padding.
+    for (int w : {13, 3}) {
+        ImageQ4 src(w, 11), h(w, 11), v(w, 11);
+        fill_random(src, 21);
+        h.Fill(5, 5, 5, 5);
+        v.Fill(5, 5, 5, 5);
+        const float radius = 5.0f;  // sigma 1.3
+        h.Fast_GaussianBlur(radius, &src, 0, 0);
+        v.Fast_GaussianBlur(radius, &src, 1, 1);
+        for (int c = 0; c < 4; c++) {
+            for (int y = 0; y < 11; y++) {
+                std::vector<int> line(w);
+                for (int x = 0; x < w; x++) line[x] = src.rows[y][x].c[c];
+                std::vector<int> want = reference_line(line, sigma_of(radius));
+                for (int x = 0; x < w; x++)
+                    ASSERT_EQ(h.rows[y][x].c[c], c < 3 ? want[x] : 5) << w << " " << x << "," << y << " c" << c;
+            }
+            for (int x = 0; x < w; x++) {
+                std::vector<int> line(11);
+                for (int y = 0; y < 11; y++) line[y] = src.rows[y][x].c[c];
+                std::vector<int> want = reference_line(line, sigma_of(radius));
+                for (int y = 0; y < 11; y++) ASSERT_EQ(v.rows[y][x].c[c], want[y]) << x << "," << y;
+            }
+        }
+    }
+}
+
+TEST_F(Blur, BothDirectionsEqualHorizontalThenVerticalAndDoNotDependOnJobs) {
+    ImageQ4 src(41, 29);
+    fill_random(src, 3);
+    ImageQ4 horizontal(41, 29), both(41, 29);
+    horizontal.Fast_GaussianBlur(9.0f, &src, 0, 1);
+    ImageQ4 two_passes(41, 29);
+    two_passes.Fast_GaussianBlur(9.0f, &horizontal, 1, 1);
+    both.Fast_GaussianBlur(9.0f, &src, 2, 1);
+    EXPECT_TRUE(same_pixels(both, two_passes));
+
+    UseProcessors(1);
+    ImageQ4 one(src);
+    one.Fast_GaussianBlur(9.0f, nullptr, 2, 1);  // in place
+    EXPECT_TRUE(same_pixels(one, both));
+    UseProcessors(7);
+    ImageQ4 seven(src);
+    seven.Fast_GaussianBlur(9.0f, nullptr, 2, 1);
+    EXPECT_TRUE(same_pixels(seven, both));
+}
+
+TEST_F(Blur, ConstantsAndRampsSurviveAwayFromTheEdges) {
+    // A symmetric filter of unit gain keeps constants and straight ramps; only truncation (at
+    // most one unit) remains once the zero-started recursions have settled, ten sigmas in.
+    const double sigma = 3.0;
+    const float radius = radius_for(sigma);
+    ImageQ4 flat(120, 3), ramp(120, 3);
+    flat.Fill(32767, 20000, 7, 1000);
+    for (int y = 0; y < 3; y++)
+        for (int x = 0; x < 120; x++) ramp.rows[y][x] = PixelQ4(100 * x + 50, 30000 - 200 * x, 0, 0);
+    flat.Fast_GaussianBlur(radius, nullptr, 0, 1);
+    ramp.Fast_GaussianBlur(radius, nullptr, 0, 0);
+    for (int x = 30; x < 90; x++) {
+        EXPECT_NEAR(flat.rows[1][x].r, 32767, 1);  // and never above the range
+        EXPECT_NEAR(flat.rows[1][x].g, 20000, 1);
+        EXPECT_NEAR(flat.rows[1][x].b, 7, 1);
+        EXPECT_NEAR(flat.rows[1][x].a, 1000, 1);
+        EXPECT_NEAR(ramp.rows[1][x].r, 100 * x + 50, 1) << x;
+        EXPECT_NEAR(ramp.rows[1][x].g, 30000 - 200 * x, 1) << x;
+    }
+    // Radius 0 is sigma 0.05: the ramp comes back as it was, to within truncation, except next
+    // to the ends where the line meets its constant extension.
+    ImageQ4 still(120, 1);
+    for (int x = 0; x < 120; x++) still.rows[0][x] = PixelQ4(100 * x + 50, 0, 0, 0);
+    still.Fast_GaussianBlur(0.0f, nullptr, 0, 0);
+    for (int x = 2; x < 118; x++) EXPECT_NEAR(still.rows[0][x].r, 100 * x + 50, 1) << x;
+}
+
+TEST_F(Blur, ImpulseSpreadsWithTheFiltersVarianceNearSigmaSquared) {
+    // The spread of a centred impulse along a row. The variance of the forward-backward pair is
+    // twice that of the causal all-pole filter B / (1 - c1 z^-1 - c2 z^-2 - c3 z^-3), which its
+    // generating function gives as S2 / B + (S1 / B)^2 with S1 = c1 + 2 c2 + 3 c3 and
+    // S2 = c1 + 4 c2 + 9 c3. Truncating the outputs drops under one unit per sample, mostly in
+    // the tails; with a peak of two thousand or more that shifts the variance by under three
+    // percent. The published q formula itself makes the filter wider than sigma: for the sigmas
+    // tested here its variance lies between sigma squared and 1.3 sigma squared.
+    for (double sigma : {2.0, 3.0, 4.0, 6.0}) {
+        const int n = (int)(16 * sigma) + 1, c = n / 2;
+        ImageQ4 img(n, 1);
+        img.Fill(0, 0, 0, 0);
+        img.rows[0][c].r = 32767;
+        img.Fast_GaussianBlur_Channel(radius_for(sigma), nullptr, 0, 0, 1);
+        double sum = 0, mean = 0, var = 0;
+        for (int x = 0; x < n; x++) sum += img.rows[0][x].r;
+        for (int x = 0; x < n; x++) mean += x * (double)img.rows[0][x].r / sum;
+        for (int x = 0; x < n; x++) var += (x - mean) * (x - mean) * img.rows[0][x].r / sum;
+        Yvv k = published(sigma_of(radius_for(sigma)));
+        const double s1 = k.c1 + 2 * k.c2 + 3 * k.c3, s2 = k.c1 + 4 * k.c2 + 9 * k.c3;
+        const double analytic = 2 * (s2 / k.B + (s1 / k.B) * (s1 / k.B));
+        EXPECT_NEAR(mean, c, 0.05) << sigma;
+        EXPECT_NEAR(var, analytic, 0.03 * analytic) << sigma;
+        EXPECT_GT(var, 0.97 * sigma * sigma) << sigma;
+        EXPECT_LT(var, 1.3 * sigma * sigma) << sigma;
+        EXPECT_NEAR(sum, 32767, n) << sigma;  // the filter keeps the impulse's mass
+    }
+}
+
+TEST_F(Blur, ChannelBlurKeepsOrClearsTheOtherChannelsAndAbortStopsEverything) {
+    ImageQ4 src(16, 12), keep(16, 12), clear(16, 12), all(16, 12);
+    fill_random(src, 8);
+    keep.Fill(1, 1, 1, 1);
+    clear.Fill(1, 1, 1, 1);
+    keep.Fast_GaussianBlur_Channel(6.0f, &src, 2, 1, 1);
+    clear.Fast_GaussianBlur_Channel(6.0f, &src, 2, 1, 0);
+    all.Fast_GaussianBlur(6.0f, &src, 2, 1);
+    for (int y = 0; y < 12; y++)
+        for (int x = 0; x < 16; x++) {
+            EXPECT_EQ(keep.rows[y][x].g, all.rows[y][x].g);
+            EXPECT_EQ(clear.rows[y][x].g, all.rows[y][x].g);
+            EXPECT_EQ(keep.rows[y][x].r, src.rows[y][x].r);
+            EXPECT_EQ(keep.rows[y][x].a, src.rows[y][x].a);
+            EXPECT_EQ(clear.rows[y][x].r + clear.rows[y][x].b + clear.rows[y][x].a, 0);
+        }
+    ImageQ4 before(src);
+    src.Fast_GaussianBlur(8.0f, nullptr, 3, 1);  // not a direction
+    ImageQ4::set_image_abort_hook([](void*) { return 1; }, nullptr);
+    src.Fast_GaussianBlur(8.0f, nullptr, 2, 1);
+    src.Fast_GaussianBlur_Channel(8.0f, nullptr, 1, 3, 1);
+    ImageQ4::set_image_abort_hook(nullptr, nullptr);
+    EXPECT_TRUE(same_pixels(src, before));
+}

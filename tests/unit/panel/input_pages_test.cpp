@@ -1,0 +1,163 @@
+// The standard block of every page: its four copies stay equal, a resolution change always
+// renders, Reset restores only its own page, and Blend acts only on the host's flag.
+#include <string>
+#include <vector>
+
+#include "panel_fixture.h"
+
+namespace panel_test {
+namespace {
+
+using InputPagesTest = PanelTest;
+
+TEST_F(InputPagesTest, ResolutionChosenOnPageThreeShowsEverywhereAndRendersAtOnce)
+{
+    for (SparkBooleanStruct* autoPreview :
+         {&SparkBoolean34, &SparkBoolean63, &SparkBoolean92, &SparkBoolean121})
+        autoPreview->Value = 0;
+    SparkPup91.Value = 4;  // "1/6"
+    EXPECT_NE(SparkPup91.Callback(1, info()), nullptr);
+    for (SparkPupStruct* list : {&SparkPup33, &SparkPup62, &SparkPup91, &SparkPup120}) {
+        EXPECT_EQ(list->Value, 4);
+        EXPECT_STREQ(list->Titles[list->Value], "1/6");
+    }
+    EXPECT_EQ(renders(), 1);
+    EXPECT_EQ(DLscalesr, 6);
+}
+
+TEST_F(InputPagesTest, AutoPreviewTurnedOffOnPageTwoStopsRenderingEverywhere)
+{
+    SparkBoolean63.Value = 0;
+    SparkBoolean63.Callback(1, info());
+    EXPECT_EQ(state(SparkBoolean34), 0);
+    EXPECT_EQ(state(SparkBoolean92), 0);
+    EXPECT_EQ(state(SparkBoolean121), 0);
+    const int drawn = redraws();
+    EXPECT_EQ(SparkFloat43.Callback(1, info()), nullptr);
+    EXPECT_EQ(renders(), 0);
+    EXPECT_EQ(redraws(), drawn + 1);
+
+    // And back on from page 4.
+    SparkBoolean121.Value = 1;
+    EXPECT_NE(SparkBoolean121.Callback(1, info()), nullptr);
+    EXPECT_EQ(state(SparkBoolean34), 1);
+    EXPECT_EQ(state(SparkBoolean63), 1);
+}
+
+TEST_F(InputPagesTest, ClearOverlayIsMirroredAndOnlyRedraws)
+{
+    SparkBoolean86.Value = 1;
+    EXPECT_EQ(SparkBoolean86.Callback(1, info()), nullptr);
+    for (SparkBooleanStruct* copy : {&SparkBoolean28, &SparkBoolean57, &SparkBoolean115})
+        EXPECT_EQ(state(*copy), 1);
+    EXPECT_EQ(renders(), 0);
+    EXPECT_EQ(redraws(), 1);
+}
+
+TEST_F(InputPagesTest, BlendActsOnlyWhenTheHostFlagIsOne)
+{
+    SparkFloat27.Value = 30;
+    host.setMode(0);
+    EXPECT_EQ(SparkFloat27.Callback(1, info()), nullptr);
+    EXPECT_EQ(renders(), 0);
+    EXPECT_EQ(redraws(), 1);
+    EXPECT_EQ(std::count(host.controlUpdates().begin(), host.controlUpdates().end(), 27), 0);
+
+    host.setMode(1);
+    EXPECT_NE(SparkFloat27.Callback(1, info()), nullptr);
+    EXPECT_EQ(renders(), 1);
+    EXPECT_EQ(std::count(host.controlUpdates().begin(), host.controlUpdates().end(), 27), 1);
+}
+
+// The effect controls of each page, which its Reset restores.
+const std::vector<std::string> kPageControls[4] = {
+    {"SparkInt9", "SparkInt11", "SparkInt12", "SparkFloat13", "SparkFloat14", "SparkFloat15",
+     "SparkBoolean20", "SparkBoolean21"},
+    {"SparkBoolean38", "SparkBoolean39", "SparkInt40", "SparkPup42", "SparkFloat43",
+     "SparkFloat44", "SparkFloat45", "SparkFloat46", "SparkBoolean47", "SparkFloat48",
+     "SparkColor49", "SparkFloat50", "SparkFloat51", "SparkFloat52", "SparkFloat53",
+     "SparkFloat54", "SparkBoolean55", "SparkPup59"},
+    {"SparkBoolean67", "SparkFloat68", "SparkFloat69", "SparkFloat70", "SparkBoolean71",
+     "SparkFloat72", "SparkFloat73", "SparkBoolean75", "SparkFloat76", "SparkFloat77",
+     "SparkBoolean78", "SparkFloat79", "SparkFloat80", "SparkBoolean81", "SparkFloat82",
+     "SparkBoolean83", "SparkFloat84"},
+    {"SparkBoolean101", "SparkBoolean102", "SparkBoolean103", "SparkBoolean104",
+     "SparkBoolean105"},
+};
+SparkPushStruct* const kResetButtons[4] = {&SparkPush32, &SparkPush61, &SparkPush90,
+                                           &SparkPush119};
+
+double factory_value(const sparkhost::Control& c)
+{
+    sparkhost::Control pristine = c;
+    std::vector<unsigned char> bytes = c.initial;
+    pristine.address = bytes.data();
+    return panel_records::value_of(pristine);
+}
+
+// Moves a record off its factory value (a checkbox flips, a list steps on, a number grows).
+void disturb(const sparkhost::Control& c)
+{
+    switch (c.kind) {
+    case sparkhost::ControlKind::Boolean: c.asBoolean()->Value ^= 1; break;
+    case sparkhost::ControlKind::List: c.asList()->Value = c.asList()->Value == 1 ? 0 : 1; break;
+    case sparkhost::ControlKind::Colour: c.asColour()->Color = 0xFF102030u; break;
+    case sparkhost::ControlKind::Int: c.asInt()->Value += 3; break;
+    default: c.asFloat()->Value += 3; break;
+    }
+}
+
+TEST_F(InputPagesTest, EachResetRestoresItsOwnPageOnly)
+{
+    for (int page = 0; page < 4; ++page) {
+        SCOPED_TRACE(page + 1);
+        SparkBoolean34.Value = 0;
+        for (const auto& names : kPageControls)
+            for (const std::string& name : names) disturb(record(name));
+        SparkPup120.Value = 2;
+        SparkBoolean115.Value = 1;
+        EXPECT_EQ(kResetButtons[page]->Callback(1, info()), nullptr);
+        for (int p = 0; p < 4; ++p)
+            for (const std::string& name : kPageControls[p]) {
+                const double now = panel_records::value_of(record(name));
+                if (p == page)
+                    EXPECT_EQ(now, factory_value(record(name))) << name;
+                else
+                    EXPECT_NE(now, factory_value(record(name))) << name;
+            }
+        // The standard controls are not reset.
+        EXPECT_EQ(SparkPup120.Value, 2);
+        EXPECT_EQ(state(SparkBoolean115), 1);
+        restore_factory_records();
+    }
+}
+
+TEST_F(InputPagesTest, AfterResetTheEffectSeesTheFactoryValuesAndRules)
+{
+    SparkPup42.Value = 5;
+    SparkBoolean81.Value = 1;
+    SparkPush61.Callback(1, info());
+    SparkPush90.Callback(1, info());
+    EXPECT_EQ(Instance.info.shape.cache, 1);  // Blob: no separate height
+    EXPECT_FALSE(shown(44));
+    EXPECT_FALSE(Instance.info.avoid_others.checked);
+    EXPECT_FALSE(shown(82));
+    EXPECT_EQ(renders(), 2);  // Auto Preview is on
+}
+
+TEST_F(InputPagesTest, DeclinedResetChangesNothing)
+{
+    host.setConfirmAnswer(false);
+    SparkInt9.Value = 7;
+    EXPECT_EQ(SparkPush32.Callback(1, info()), nullptr);
+    EXPECT_EQ(SparkInt9.Value, 7);
+    EXPECT_EQ(renders(), 0);
+    EXPECT_EQ(redraws(), 0);
+    ASSERT_FALSE(host.messages().empty());
+    EXPECT_NE(host.messages().back().text.find(
+                  "Are you sure you want to reset the current settings to default values?"),
+              std::string::npos);
+}
+
+}  // namespace
+}  // namespace panel_test

@@ -1,0 +1,52 @@
+// Animation curves: linear between keys, flat outside them, and the host's channel queries.
+#include <gtest/gtest.h>
+
+#include "spark/spark.h"
+#include "sparkhost/lib/Curve.h"
+#include "sparkhost/lib/Host.h"
+
+using namespace sparkhost;
+
+TEST(Curve, LinearBetweenKeysFlatOutside) {
+    Curve c;
+    c.setKey(10, 100.0f);
+    c.setKey(20, 300.0f);
+    c.setKey(40, -100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(0), 100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(10), 100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(15), 200.0f);          // half way from 100 to 300
+    EXPECT_FLOAT_EQ(c.valueAt(12.5), 150.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(20), 300.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(30), 100.0f);          // half way from 300 to -100
+    EXPECT_FLOAT_EQ(c.valueAt(39), 300.0f - 400.0f * 19.0f / 20.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(40), -100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(1000), -100.0f);
+    // A key set again replaces the old one.
+    c.setKey(20, 100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(15), 100.0f);
+    EXPECT_EQ(c.size(), 3u);
+}
+
+TEST(Curve, FractionalFramesJustBelowAKey) {
+    Curve c;
+    c.setKey(1, 0.0f);
+    c.setKey(2, 10.0f);
+    c.setKey(3, 30.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(1.9), 9.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(2.5), 20.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(-3.5), 0.0f);
+}
+
+TEST(Curve, HostChannelsThroughTheSparkFunctions) {
+    Host host;
+    host.setEcho(false);
+    // Keys set by a plug-in land on the channel they name and nowhere else.
+    sparkSetCurveKey(0, 93, 1, 2.0f);
+    sparkSetCurveKey(0, 93, 5, 10.0f);
+    EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 3.0f), 6.0f);
+    EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 9.0f), 10.0f);
+    ASSERT_NE(host.findCurve(0, 93), nullptr);
+    EXPECT_EQ(host.findCurve(1, 93), nullptr);
+    // Without a plug-in's panel a channel with no keys has nothing to answer but 0.
+    EXPECT_FLOAT_EQ(sparkGetCurveValuef(1, 93, 3.0f), 0.0f);
+}

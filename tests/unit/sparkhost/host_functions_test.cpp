@@ -1,0 +1,306 @@
+// The spark… functions as a plug-in sees them: buffers and their layouts, parallel jobs,
+// messages, questions, pauses, random frame access and the file browser.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <unistd.h>
+
+#include "spark/spark.h"
+#include "sparkhost/lib/Host.h"
+#include "sparkhost/lib/Pauses.h"
+
+using namespace sparkhost;
+
+namespace {
+
+Host& quietHost(Host& host) {
+    host.setEcho(false);
+    return host;
+}
+
+}  // namespace
+
+TEST(Buffers, EightBitLayoutIsThreeBytesPerPixelRowsPacked) {
+    Host host;
+    quietHost(host);
+    host.setFrameSize(5, 3);
+    host.setBitDepth(8);
+    FrameBuffer& in = host.buffer(2);
+    in.setValue(4, 2, 0, 200);
+    in.setValue(4, 2, 1, 100);
+    in.setValue(4, 2, 2, 50);
+    in.setValue(1, 0, 2, 255);
+    SparkMemBufStruct rec;
+    ASSERT_NE(sparkMemGetBuffer(2, &rec), 0);
+    EXPECT_EQ(rec.BufWidth, 5);
+    EXPECT_EQ(rec.BufHeight, 3);
+    EXPECT_EQ(rec.BufDepth, 24);
+    EXPECT_EQ(rec.Inc, 3);
+    EXPECT_EQ(rec.Stride, 15);
+    EXPECT_EQ(rec.BufSize, 45);
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(rec.Buffer);
+    // Pixel (x, y) starts at (y * width + x) * 3, red first.
+    EXPECT_EQ(bytes[(2 * 5 + 4) * 3 + 0], 200);
+    EXPECT_EQ(bytes[(2 * 5 + 4) * 3 + 1], 100);
+    EXPECT_EQ(bytes[(2 * 5 + 4) * 3 + 2], 50);
+    EXPECT_EQ(bytes[(0 * 5 + 1) * 3 + 2], 255);
+    EXPECT_EQ(bytes[0], 0);
+}
+
+TEST(Buffers, TwelveBitValuesSitInTheUpperBitsOfSixteenBitWords) {
+    Host host;
+    quietHost(host);
+    host.setFrameSize(4, 2);
+    host.setBitDepth(12);
+    EXPECT_EQ(host.depthCode(), 48);
+    FrameBuffer& out = host.buffer(1);
+    // The host's own low bits of a word survive a store of a new value.
+    out.setRaw(3, 1, 1, 0x000B);
+    out.setValue(3, 1, 1, 0xABC);
+    out.setValue(0, 0, 0, 4095);
+    SparkMemBufStruct rec;
+    ASSERT_NE(sparkMemGetBuffer(1, &rec), 0);
+    EXPECT_EQ(rec.Inc, 6);
+    EXPECT_EQ(rec.Stride, 24);
+    EXPECT_EQ(rec.BufSize, 48);
+    EXPECT_EQ(rec.BufDepth, 48);
+    const uint16_t* words = reinterpret_cast<const uint16_t*>(rec.Buffer);
+    EXPECT_EQ(words[(1 * 4 + 3) * 3 + 1], 0xABCB);
+    EXPECT_EQ(words[0], 0xFFF0);
+    EXPECT_EQ(out.value(3, 1, 1), 0xABCu);
+    EXPECT_EQ(out.raw(3, 1, 1), 0xABCBu);
+    // 64 is a 12-bit depth code too.
+    EXPECT_EQ(bytesPerPixel(64), 6);
+    EXPECT_EQ(bytesPerPixel(32), 3);
+}
+
+TEST(Buffers, RegisteredBuffersFailuresAndAvailability) {
+    Host host;
+    quietHost(host);
+    host.setFrameSize(8, 8);
+    int id = sparkMemRegisterBuffer();
+    EXPECT_GT(id, 6);                       // never one of the output and clip ids
+    EXPECT_NE(sparkMemRegisterBuffer(), id);
+    SparkMemBufStruct rec;
+    EXPECT_NE(sparkMemGetBuffer(id, &rec), 0);
+    EXPECT_EQ(rec.BufWidth, 8);
+    EXPECT_EQ(sparkMemGetBuffer(99, &rec), 0);
+    host.setFailingBuffer(3);
+    EXPECT_EQ(sparkMemGetBuffer(3, &rec), 0);
+    EXPECT_NE(sparkMemGetBuffer(2, &rec), 0);
+    host.setBuffersReady(false);
+    EXPECT_EQ(sparkMemGetBuffer(1, &rec), 0);
+    host.setFreeMemory(1);
+    EXPECT_EQ(sparkMemGetFreeMemory(), 1);
+}
+
+namespace {
+
+std::mutex gSeenMutex;
+std::multiset<unsigned long> gSeen;
+std::atomic<int> gRunning{0};
+std::atomic<int> gPeak{0};
+
+void recordJob(unsigned long* sum, int tag, char* text) {
+    unsigned long offset = 99, count = 0;
+    sparkMpInfo(&offset, &count);
+    int now = ++gRunning;
+    int peak = gPeak.load();
+    while (now > peak && !gPeak.compare_exchange_weak(peak, now)) {
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    --gRunning;
+    std::lock_guard<std::mutex> lock(gSeenMutex);
+    gSeen.insert(offset / count);
+    *sum += unsigned(tag) + (text[0] == 'x' ? 1000 : 0);
+}
+
+}  // namespace
+
+TEST(MpFork, OneJobPerProcessorWithItsIndexAndTheArguments) {
+    Host host;
+    quietHost(host);
+    host.setProcessors(4);
+    gSeen.clear();
+    gPeak = 0;
+    unsigned long sum = 0;
+    char text[] = "x";
+    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &sum, 5, text);
+    EXPECT_EQ(gSeen, std::multiset<unsigned long>({0, 1, 2, 3}));
+    EXPECT_EQ(sum, 4u * 1005u);
+    EXPECT_GE(gPeak.load(), 2);   // the jobs overlap in time
+    // A second fork with fewer processors reuses the pool with indices from 0 again.
+    host.setProcessors(2);
+    gSeen.clear();
+    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &sum, 0, text);
+    EXPECT_EQ(gSeen, std::multiset<unsigned long>({0, 1}));
+    // Outside a job the index reads as 0.
+    unsigned long offset = 7, count = 7;
+    sparkMpInfo(&offset, &count);
+    EXPECT_EQ(offset, 0u);
+    EXPECT_EQ(count, 1u);
+}
+
+namespace {
+
+void nestedJob(std::atomic<int>* inner) {
+    unsigned long outer = 0, count = 1;
+    sparkMpInfo(&outer, &count);
+    sparkMpFork(reinterpret_cast<void (*)()>(+[](std::atomic<int>* n) {
+                    unsigned long index = 0, c = 1;
+                    sparkMpInfo(&index, &c);
+                    n->fetch_add(int(index) + 1);
+                }),
+                1, inner);
+    unsigned long after = 0;
+    sparkMpInfo(&after, &count);
+    // The job's own index comes back once the inner fork is over.
+    if (after != outer) inner->fetch_add(1000000);
+}
+
+}  // namespace
+
+TEST(MpFork, AForkInsideAJobRunsItsJobsInTurn) {
+    Host host;
+    quietHost(host);
+    host.setProcessors(3);
+    std::atomic<int> inner{0};
+    sparkMpFork(reinterpret_cast<void (*)()>(nestedJob), 1, &inner);
+    // Three outer jobs, each running inner jobs 0, 1, 2 (adding 1 + 2 + 3).
+    EXPECT_EQ(inner.load(), 3 * 6);
+}
+
+TEST(Messages, CapturedInOrderWithQuestionsAnsweredAsConfigured) {
+    Host host;
+    quietHost(host);
+    sparkMessage(const_cast<char*>("first"));
+    sparkError(const_cast<char*>("second"));
+    EXPECT_EQ(sparkMessageConfirm(const_cast<char*>("Sure?")), 1);
+    host.setConfirmAnswer(false);
+    EXPECT_EQ(sparkMessageConfirm(const_cast<char*>("Really?")), 0);
+    auto messages = host.messages();
+    ASSERT_EQ(messages.size(), 4u);
+    EXPECT_EQ(messages[0].kind, HostMessage::Message);
+    EXPECT_EQ(messages[0].text, "first");
+    EXPECT_EQ(messages[1].kind, HostMessage::Error);
+    EXPECT_EQ(host.messageText(HostMessage::Error), "second\n");
+    EXPECT_EQ(messages[3].kind, HostMessage::Confirm);
+}
+
+TEST(Messages, EchoedToStandardErrorWithThePrefix) {
+    Host host;
+    host.setMessagePrefix("test-host: ");
+    testing::internal::CaptureStderr();
+    sparkMessage(const_cast<char*>(" Q4-Vesk cannot run due to insufficient buffers."));
+    sparkError(const_cast<char*>("bad\n"));
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(err, "test-host:  Q4-Vesk cannot run due to insufficient buffers.\ntest-host: error: bad\n");
+}
+
+TEST(Pauses, SleepIsRecordedNotWaited) {
+    resetPauses();
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(sleep(5), 0u);
+    EXPECT_EQ(sleep(2), 0u);
+    double waited = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_LT(waited, 1.0);
+    EXPECT_EQ(pauseCount(), 2);
+    EXPECT_EQ(pauseSeconds(), 7u);
+    EXPECT_EQ(pauseRequests(), std::vector<unsigned>({5, 2}));
+}
+
+TEST(RandomAccess, GetFrameAsksTheProviderForAnyFrameOfAnyClip) {
+    Host host;
+    quietHost(host);
+    host.setFrameSize(3, 2);
+    host.setBitDepth(12);
+    host.setClipProvider([](int clip, int frame, FrameBuffer& dest) {
+        if (frame < 0) return false;
+        for (int y = 0; y < dest.height(); ++y)
+            for (int x = 0; x < dest.width(); ++x)
+                for (int c = 0; c < 3; ++c) dest.setValue(x, y, c, unsigned(clip * 1000 + frame + c));
+        return true;
+    });
+    std::vector<unsigned long> dest(3 * 2 * 6 / 8 + 1, ~0ul);
+    sparkGetFrame(2, 41, dest.data());
+    const uint16_t* words = reinterpret_cast<const uint16_t*>(dest.data());
+    EXPECT_EQ(words[0], uint16_t((2041) << 4));
+    EXPECT_EQ(words[5 * 3 + 2], uint16_t((2043) << 4));
+    // No frame there: black.
+    sparkGetFrame(0, -1, dest.data());
+    EXPECT_EQ(words[0], 0);
+    ASSERT_EQ(host.frameRequests().size(), 2u);
+    EXPECT_EQ(host.frameRequests()[0], std::make_pair(2, 41));
+    // The current frame's clips are loaded the same way into buffers 2 and up.
+    host.loadInputs(7);
+    EXPECT_EQ(host.buffer(2).value(0, 0, 0), 7u);
+    EXPECT_EQ(host.buffer(6).value(2, 1, 1), 4008u);
+}
+
+namespace {
+std::string gChosen;
+void chosen(char* file) { gChosen = file; }
+}  // namespace
+
+TEST(Files, BrowserAnswersWithTheConfiguredPathOrNotAtAll) {
+    Host host;
+    quietHost(host);
+    gChosen = "untouched";
+    sparkFileBrowserDisplay(const_cast<char*>("/tmp"), const_cast<char*>(""), chosen);
+    EXPECT_EQ(gChosen, "untouched");
+    host.setBrowserAnswer("/data/keys.txt");
+    sparkFileBrowserDisplay(const_cast<char*>("/tmp"), const_cast<char*>(""), chosen);
+    EXPECT_EQ(gChosen, "/data/keys.txt");
+    ASSERT_EQ(host.browserRequests().size(), 2u);
+    host.setWorkingDir("/work/shots");
+    char dir[1024];
+    sparkWorkingDir(dir);
+    EXPECT_STREQ(dir, "/work/shots");
+}
+
+TEST(FrameRecord, CarriesTheHostConfiguration) {
+    Host host;
+    quietHost(host);
+    host.setFrameSize(640, 360);
+    host.setBitDepth(12);
+    host.setProcessors(3);
+    host.setSetupName("/setups/shot.setup");
+    host.setCurrentFrame(17);
+    host.setPixelAspectRatio(1.5f);
+    SparkInfoStruct in = host.info();
+    EXPECT_EQ(in.FrameWidth, 640);
+    EXPECT_EQ(in.FrameHeight, 360);
+    EXPECT_EQ(in.FrameDepth, 48);
+    EXPECT_EQ(in.FrameNo, 17u);
+    EXPECT_EQ(in.NumProcessors, 3);
+    EXPECT_STREQ(in.Name, "/setups/shot.setup");
+    SparkGraphInfoStruct g;
+    sparkGraphSetup(&g);
+    EXPECT_FLOAT_EQ(g.PixelAspectRatio, 1.5f);
+    host.setProcessors(500);
+    EXPECT_EQ(host.info().NumProcessors, 127);   // a signed byte carries the count
+}
+
+TEST(CurrentHost, FollowsTheNewestHostAndSurvivesAnyOrderOfDestruction) {
+    auto first = std::make_unique<Host>();
+    auto second = std::make_unique<Host>();
+    first->setEcho(false);
+    second->setEcho(false);
+    first->setFreeMemory(3);
+    second->setFreeMemory(4);
+    EXPECT_EQ(sparkMemGetFreeMemory(), 4);
+    first->makeCurrent();
+    EXPECT_EQ(sparkMemGetFreeMemory(), 3);
+    // The current host goes first: the one still alive answers, not a destroyed one.
+    first.reset();
+    EXPECT_EQ(sparkMemGetFreeMemory(), 4);
+    auto third = std::make_unique<Host>();
+    third->setFreeMemory(5);
+    second.reset();
+    EXPECT_EQ(sparkMemGetFreeMemory(), 5);
+}
