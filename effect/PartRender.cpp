@@ -101,15 +101,21 @@ void Vesk::mp_PartRender(int start, int end)
     auto render_chunk = [&](int band) {
         if (band >= RASTER_SCAN_SLOTS - 1 || !s->work[band]) return;
         tagPART* stop = s->band_start[band + 1];
-        for (tagPART* p = s->band_start[band]; p && p != stop; p = p->next) {
+        tagPART* head = s->band_start[band];
+        // Texture sprites each box-filter a whole clip frame; with several in the chunk, running
+        // row sums of the clips (one pass over them) make every box cost one step per row.
+        const bool texture = s->shape >= 6 && s->shape <= 8 && !s->single_band;
+        if (texture && head && head->next && head->next != stop) build_texture_rows(band);
+        for (tagPART* p = head; p && p != stop; p = p->next) {
             if (s->single_band) {
                 // Each particle takes its texture from the clips at its own clip time. The set's
                 // source images are replaced in place, which is why this mode runs on one thread.
-                info.source2.GetValue((double)p->tex_frame, s->source2);
-                info.source3.GetValue((double)p->tex_frame, s->source3);
+                if (s->source2) info.source2.GetValue((double)p->tex_frame, s->source2);
+                if (s->source3) info.source3.GetValue((double)p->tex_frame, s->source3);
             }
             part_render(s, p, 0, s->height2 - 1, band);
         }
+        texture_rows[band].ready = false;
     };
 
     // The band is the job index. Jobs get rows in equal bands (the last one takes the remainder),

@@ -28,7 +28,9 @@ inline int trunc_pixel(float v) {
     return (int)v;
 }
 
+// First channel of a matte pixel; a matte smaller than the frame reads black beyond its edge.
 inline int matte_value(ImageQ4* img, int x, int y) {
+    if (x < 0 || y < 0 || x >= img->width || y >= img->height) return 0;
     return img->rows[y][x].r;
 }
 

@@ -69,6 +69,20 @@ bool walk_line(int x0, int y0, int x1, int y1, Visit visit) {
     }
 }
 
+// Moves row 0 down past every row with a strictly larger distance. On a table sorted
+// farthest first apart from its new row 0 this is exactly what the bubble sort of
+// sort_table does (its first pass sinks the row, the later passes find nothing to swap),
+// at a fraction of the comparisons.
+inline void sink_first_row(tagF_MATE* table, int m) {
+    tagF_MATE row = table[0];
+    int i = 0;
+    while (i + 1 < m && table[i + 1].dist > row.dist) {
+        table[i] = table[i + 1];
+        ++i;
+    }
+    table[i] = row;
+}
+
 }  // namespace
 
 void Vesk::clear_table(tagF_MATE* table) {
@@ -115,7 +129,10 @@ tagSCANHIT Vesk::scan_down(int /*level*/, int x0, int y0, int x1, int y1) {
     const int w = s->width;
     const int h = s->height;
     walk_line(x0, y0, x1, y1, [&](int x, int y) {
-        if (x >= 0 && x < w && y >= 0 && y < h && matte->rows[y][x].r < AVOID_OBSTACLE_BELOW) {
+        if (x < 0 || x >= w || y < 0 || y >= h) return false;
+        // A matte smaller than the frame reads black (an obstacle) beyond its edge.
+        int v = (x < matte->width && y < matte->height) ? matte->rows[y][x].r : 0;
+        if (v < AVOID_OBSTACLE_BELOW) {
             hit.x = x;
             hit.y = y;
             return true;
@@ -356,7 +373,7 @@ int Vesk::calc_vesk() {
                     table[0].dist = d;
                     table[0].vx = q->vel.x;
                     table[0].vy = q->vel.y;
-                    sort_table(table);
+                    sink_first_row(table, m);
                     far2 = (double)table[0].dist * (double)table[0].dist;
                     screen = std::nextafter((float)far2, INFINITY);
                 }

@@ -97,6 +97,17 @@ public:
     };
     ScanSlot scan_slots[5];
     float gradient_table[256][3];  // unit vectors, refilled by gradientTabInit
+    // Per-band running sums along the rows of the texture clips, so that a texture sprite's box
+    // filter adds one difference per row instead of every pixel. Built for a chunk of several
+    // texture particles and dropped after it (effect/Lumps.cpp).
+    struct TextureRows {
+        unsigned* sums = nullptr;  // (width + 1) x height x 4: red, green, blue, matte
+        long capacity = 0;         // entries allocated
+        int width = 0, height = 0;
+        bool ready = false;
+        ~TextureRows();
+    };
+    TextureRows texture_rows[5];
 
     // Polygon rasteriser (effect/Raster.cpp)
     void concave_d(int n, struct tagPOS* pts, struct tagPART* part, int band);
@@ -123,6 +134,11 @@ public:
     void draw_texture(int px, int py, int W, int H, int y0, int y1, struct tagPART* p, int band);
     struct tagTEXEL anti_alias(int x, int y, int bw, int bh, class ImageQ4* colour,
                                class ImageQ4* matte);
+    // The same means from a band's running row sums (identical integer sums).
+    struct tagTEXEL anti_alias_rows(const TextureRows& rows, int x, int y, int bw, int bh);
+    // Builds the band's running row sums of the set's colour and matte clips; false without
+    // memory or clips, and then the texture sprites filter pixel by pixel.
+    bool build_texture_rows(int band);
     void gradientTabInit(int seed);
 
     // Particle rendering and compositing (effect/PartRender.cpp)

@@ -41,8 +41,8 @@ unsigned long* push(ButtonControlQ4& control, EffectOperation operation, int rea
     return finish(control, false, reason, info);
 }
 
-// Integer, float, size, angle, position and list controls: an edit of a disabled control is
-// ignored (the host keeps showing it, the effect does not see it).
+// Integer, float, size, angle, position and list controls: the control takes the host value
+// first; while disabled the edit then stops there, with no effect operation and no new frame.
 unsigned long* value(ControlQ4& control, EffectOperation operation, bool resync, int reason,
                      SparkInfoStruct info)
 {
@@ -107,11 +107,12 @@ unsigned long* SetShapeColCB(int reason, SparkInfoStruct info)
             uint32_t channel;
             if (DLtwelveBit) {
                 // A 12-bit level, of which the swatch keeps bits 4 to 11.
-                const uint32_t t = static_cast<uint32_t>(std::trunc(sliders[c] * 40.951));
-                channel = (t >> 4) & 0xFFu;
+                const int32_t t = static_cast<int32_t>(std::trunc(sliders[c] * 40.951));
+                channel = static_cast<uint32_t>(t >> 4) & 0xFFu;
             } else {
                 // 2.551 rather than 2.55 so that 100 % reaches 255 despite the truncation.
-                channel = static_cast<uint32_t>(std::trunc(sliders[c] * 2.551)) & 0xFFu;
+                channel = static_cast<uint32_t>(
+                              static_cast<int32_t>(std::trunc(sliders[c] * 2.551))) & 0xFFu;
             }
             word |= channel << (8 * c);
         }

@@ -4,7 +4,7 @@
 set -eu
 BUILD=${1:-build}
 OUT=out/demo
-FRAMES=${DEMO_FRAMES:-120}
+FRAMES=${DEMO_FRAMES:-160}
 
 rm -rf "$OUT"
 mkdir -p "$OUT/frames"
@@ -12,6 +12,7 @@ mkdir -p "$OUT/frames"
 "$BUILD/sparkhost" render "$BUILD/vesk.spark" \
     --frames "1-$FRAMES" --size 1280x720 \
     --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
+    --keys examples/food-path.keys \
     --save-setup "$OUT/demo.setup" \
     -o "$OUT/frames/vesk.####.png"
 

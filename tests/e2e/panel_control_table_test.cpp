@@ -5,8 +5,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <cstdio>
 #include <map>
 #include <set>
 #include <string>
@@ -17,127 +16,128 @@
 
 namespace {
 
-// The panel, row by row: record, label(s), factory value, min, max, step, flags, callback name
-// (empty: no callback). Records sharing a callback name share one callback.
-struct Row {
-    const char* record;
-    std::vector<std::string> titles;
-    const char* value;
-    const char* min;
-    const char* max;
-    const char* step;
-    const char* flags;
-    const char* callback;
-};
-
-const Row kPanel[] = {
-    {"SparkString0", {"%s"}, "1: Background Clip", "", "", "", "16", ""},
-    {"SparkString1", {"%s"}, "2: Shape Colour", "", "", "", "16", ""},
-    {"SparkString2", {"%s"}, "3: Shape Matte", "", "", "", "16", ""},
-    {"SparkString3", {"%s"}, "4: Birth Matte", "", "", "", "16", ""},
-    {"SparkString4", {"%s"}, "5: Avoidance Matte", "", "", "", "16", ""},
-    {"SparkPush6", {"Restart   "}, "", "", "", "", "", "dlcb_6"},
-    {"SparkPush7", {"Restart+PreRoll   "}, "", "", "", "", "", "dlcb_7"},
-    {"SparkPush8", {"PreRoll   "}, "", "", "", "", "", "dlcb_8"},
-    {"SparkInt9", {"PreRoll: %d"}, "40", "1", "1000", "1", "8", "dlcb_9"},
-    {"SparkPush10", {"Advance   "}, "", "", "", "", "", "dlcb_10"},
-    {"SparkInt11", {"Vesk Size: %d"}, "20", "1", "5000", "1", "0", "dlcb_11"},
-    {"SparkInt12", {"Seed: %d"}, "165", "1", "999", "17", "0", "dlcb_12"},
-    {"SparkFloat13", {"Birth X: %.2f"}, "84", "-150", "250", "0.05", "0", "dlcb_13"},
-    {"SparkFloat14", {"Birth Y: %.2f"}, "84", "-150", "250", "0.05", "0", "dlcb_13"},
-    {"SparkFloat15", {"Birth Radius: %.2f"}, "50", "0", "200", "0.05", "0", "dlcb_15"},
-    {"SparkBoolean20", {"Use Birth Matte   "}, "0", "", "", "", "0", "dlcb_20"},
-    {"SparkBoolean21", {"Invert Birth Matte   "}, "0", "", "", "", "0", "dlcb_21"},
-    {"SparkFloat27", {"Blend: %.2f"}, "0", "0", "100", "0.1", "0", "Blend1CB"},
-    {"SparkBoolean28", {"Clear Overlay"}, "0", "", "", "", "0", "Overlay1CB"},
-    {"SparkPush31", {"Help"}, "", "", "", "", "", "HelpCB"},
-    {"SparkPush32", {"Reset"}, "", "", "", "", "", "Reset1CB"},
-    {"SparkPup33", {"FULL", "1/2", "1/3", "1/4", "1/6", "1/8", "1/12", "1/16", "1/32"}, "0", "", "", "", "", "SetRes1CB"},
-    {"SparkBoolean34", {"Auto Preview"}, "1", "", "", "", "0", "Auto1CB"},
-    {"SparkPush35", {"Restart   "}, "", "", "", "", "", "dlcb_35"},
-    {"SparkPush36", {"Restart+PreRoll   "}, "", "", "", "", "", "dlcb_36"},
-    {"SparkPush37", {"PreRoll   "}, "", "", "", "", "", "dlcb_37"},
-    {"SparkBoolean38", {"Texturing Cycle   "}, "0", "", "", "", "0", "dlcb_38"},
-    {"SparkBoolean39", {"Random Start   "}, "0", "", "", "", "0", "dlcb_39"},
-    {"SparkInt40", {"Frames in Cycle: %d"}, "5", "1", "10000", "1", "0", "dlcb_40"},
-    {"SparkPup42", {"Shape: Blob  ", "Shape: Rectangle  ", "Shape: Triangle  ", "Shape: Diamond  ", "Shape: Four Point Star  ", "Shape: Five Point Star  ", "Shape: Cols with Matte  ", "Shape: Matte over Cols  ", "Shape: Colour in Matte  "}, "0", "", "", "", "", "dlcb_42"},
-    {"SparkFloat43", {"Shape Width: %.2f"}, "72", "1", "100", "0.5", "0", "dlcb_43"},
-    {"SparkFloat44", {"Shape Height: %.2f"}, "57", "1", "100", "0.5", "0", "dlcb_44"},
-    {"SparkFloat45", {"Random Sizes: %.2f"}, "60", "0", "100", "0.5", "0", "dlcb_45"},
-    {"SparkFloat46", {"Star Sharpness: %.2f"}, "50", "1", "100", "0.5", "0", "dlcb_46"},
-    {"SparkBoolean47", {"Living Rotate   "}, "0", "", "", "", "0", "dlcb_47"},
-    {"SparkFloat48", {"Base Rotation: %.2f"}, "0", "-360", "360", "0.01", "0", "dlcb_48"},
-    {"SparkColor49", {}, "0xFFFFFFFF", "", "", "", "", "dlcb_49"},
-    {"SparkFloat50", {"Shape Colour R: %.2f"}, "100", "0", "100", "0.2", "0", "SetShapeColCB"},
-    {"SparkFloat51", {"Shape Colour G: %.2f"}, "100", "0", "100", "0.2", "0", "SetShapeColCB"},
-    {"SparkFloat52", {"Shape Colour B: %.2f"}, "100", "0", "100", "0.2", "0", "SetShapeColCB"},
-    {"SparkFloat53", {"Random Colours: %.2f"}, "0", "0", "100", "0.5", "0", "dlcb_53"},
-    {"SparkFloat54", {"Shape Density: %.2f"}, "100", "0", "100", "0.5", "0", "dlcb_54"},
-    {"SparkBoolean55", {"Use Shapes over Cols   "}, "0", "", "", "", "0", "dlcb_55"},
-    {"SparkBoolean57", {"Clear Overlay"}, "0", "", "", "", "0", "Overlay2CB"},
-    {"SparkPup59", {"Render Mode: Render  ", "Render Mode: Wireframe  "}, "1", "", "", "", "", "dlcb_59"},
-    {"SparkPush60", {"Help"}, "", "", "", "", "", "HelpCB"},
-    {"SparkPush61", {"Reset"}, "", "", "", "", "", "Reset2CB"},
-    {"SparkPup62", {"FULL", "1/2", "1/3", "1/4", "1/6", "1/8", "1/12", "1/16", "1/32"}, "0", "", "", "", "", "SetRes2CB"},
-    {"SparkBoolean63", {"Auto Preview"}, "1", "", "", "", "0", "Auto2CB"},
-    {"SparkPush64", {"Restart   "}, "", "", "", "", "", "dlcb_64"},
-    {"SparkPush65", {"Restart+PreRoll   "}, "", "", "", "", "", "dlcb_65"},
-    {"SparkPush66", {"PreRoll   "}, "", "", "", "", "", "dlcb_66"},
-    {"SparkBoolean67", {"Avoid Predator   "}, "0", "", "", "", "0", "dlcb_67"},
-    {"SparkFloat68", {"Predator X: %.2f"}, "40", "-150", "250", "0.05", "0", "dlcb_68"},
-    {"SparkFloat69", {"Predator Y: %.2f"}, "40", "-150", "250", "0.05", "0", "dlcb_68"},
-    {"SparkFloat70", {"Fear of Predator: %.2f"}, "18", "1", "100", "0.5", "0", "dlcb_70"},
-    {"SparkBoolean71", {"Hunt Food   "}, "1", "", "", "", "0", "dlcb_71"},
-    {"SparkFloat72", {"Food X: %.2f"}, "20", "-150", "250", "0.05", "0", "dlcb_72"},
-    {"SparkFloat73", {"Food Y: %.2f"}, "15", "-150", "250", "0.05", "0", "dlcb_72"},
-    {"SparkBoolean75", {"Use Avoid Matte   "}, "0", "", "", "", "0", "dlcb_75"},
-    {"SparkFloat76", {"Avoid Forward: %.2f"}, "10", "1", "100", "0.5", "0", "dlcb_76"},
-    {"SparkFloat77", {"Avoid Sides: %.2f"}, "5", "1", "100", "0.5", "0", "dlcb_77"},
-    {"SparkBoolean78", {"Match Velocity   "}, "0", "", "", "", "0", "dlcb_78"},
-    {"SparkFloat79", {"Speed: %.2f"}, "20", "0", "100", "0.5", "0", "dlcb_79"},
-    {"SparkFloat80", {"Acceleration: %.2f"}, "3.5", "0", "100", "0.5", "0", "dlcb_80"},
-    {"SparkBoolean81", {"Avoid Others   "}, "0", "", "", "", "0", "dlcb_81"},
-    {"SparkFloat82", {"Personal Space: %.2f"}, "15", "1", "100", "0.5", "0", "dlcb_82"},
-    {"SparkBoolean83", {"Vesk Gathering   "}, "0", "", "", "", "0", "dlcb_83"},
-    {"SparkFloat84", {"Vesk Grouping: %.2f"}, "10", "0", "100", "0.5", "0", "dlcb_84"},
-    {"SparkBoolean86", {"Clear Overlay"}, "0", "", "", "", "0", "Overlay3CB"},
-    {"SparkPush89", {"Help"}, "", "", "", "", "", "HelpCB"},
-    {"SparkPush90", {"Reset"}, "", "", "", "", "", "Reset3CB"},
-    {"SparkPup91", {"FULL", "1/2", "1/3", "1/4", "1/6", "1/8", "1/12", "1/16", "1/32"}, "0", "", "", "", "", "SetRes3CB"},
-    {"SparkBoolean92", {"Auto Preview"}, "1", "", "", "", "0", "Auto3CB"},
-    {"SparkPush93", {"Restart   "}, "", "", "", "", "", "dlcb_93"},
-    {"SparkUserFloat93", {"Amplitude Import: %.1f"}, "0", "-1000", "1000", "0.001", "0", ""},
-    {"SparkPush94", {"Restart+PreRoll   "}, "", "", "", "", "", "dlcb_94"},
-    {"SparkPush95", {"PreRoll   "}, "", "", "", "", "", "dlcb_95"},
-    {"SparkPush100", {"Simple Food Hunt   "}, "", "", "", "", "", "dlcb_100"},
-    {"SparkBoolean101", {"Add Predator   "}, "0", "", "", "", "0", "dlcb_101"},
-    {"SparkBoolean102", {"Add Living Rotate   "}, "0", "", "", "", "0", "dlcb_102"},
-    {"SparkBoolean103", {"Add Personal Space   "}, "0", "", "", "", "0", "dlcb_103"},
-    {"SparkBoolean104", {"Add Vesk Centring   "}, "0", "", "", "", "0", "dlcb_104"},
-    {"SparkBoolean105", {"Add Match Velocity   "}, "0", "", "", "", "0", "dlcb_105"},
-    {"SparkPush114", {"Import Amplitude File"}, "", "", "", "", "", "import_aiff_CB"},
-    {"SparkBoolean115", {"Clear Overlay"}, "0", "", "", "", "0", "Overlay4CB"},
-    {"SparkPush118", {"Help"}, "", "", "", "", "", "HelpCB"},
-    {"SparkPush119", {"Reset"}, "", "", "", "", "", "Reset4CB"},
-    {"SparkPup120", {"FULL", "1/2", "1/3", "1/4", "1/6", "1/8", "1/12", "1/16", "1/32"}, "0", "", "", "", "", "SetRes4CB"},
-    {"SparkBoolean121", {"Auto Preview"}, "1", "", "", "", "0", "Auto4CB"},
-};
-
-bool starts_with(const std::string& s, const char* prefix) { return s.rfind(prefix, 0) == 0; }
-
-double number(const char* text) { return std::strtod(text, nullptr); }
-
-// Size of a data symbol of the loaded object, from its symbol table entry.
-size_t symbol_size(const void* address)
+// One row per record: "Kind N|titles (';' between list entries)|value|min|max|step|flags"
+// then "|callback" (empty: none). Records naming the same callback share it.
+std::vector<std::string> panel_rows()
 {
-    Dl_info info;
-    void* entry = nullptr;
-    if (dladdr1(address, &info, &entry, RTLD_DL_SYMENT) == 0 || entry == nullptr)
-        return 0;
-    const ElfW(Sym)* sym = static_cast<const ElfW(Sym)*>(entry);
-    if (sym == nullptr)
-        return 0;
-    return sym->st_size;
+    std::vector<std::string> rows = {
+        "String0|%s|1: Background Clip||||16|", "String1|%s|2: Shape Colour||||16|",
+        "String2|%s|3: Shape Matte||||16|", "String3|%s|4: Birth Matte||||16|",
+        "String4|%s|5: Avoidance Matte||||16|",
+        "Int9|PreRoll: %d|40|1|1000|1|8|dlcb_9", "Push10|Advance   ||||||dlcb_10",
+        "Int11|Vesk Size: %d|20|1|5000|1|0|dlcb_11", "Int12|Seed: %d|165|1|999|17|0|dlcb_12",
+        "Float13|Birth X: %.2f|84|-150|250|0.05|0|dlcb_13",
+        "Float14|Birth Y: %.2f|84|-150|250|0.05|0|dlcb_13",
+        "Float15|Birth Radius: %.2f|50|0|200|0.05|0|dlcb_15",
+        "Boolean20|Use Birth Matte   |0||||0|dlcb_20",
+        "Boolean21|Invert Birth Matte   |0||||0|dlcb_21",
+        "Float27|Blend: %.2f|0|0|100|0.1|0|Blend1CB",
+        "Boolean38|Texturing Cycle   |0||||0|dlcb_38", "Boolean39|Random Start   |0||||0|dlcb_39",
+        "Int40|Frames in Cycle: %d|5|1|10000|1|0|dlcb_40",
+        "Pup42|Shape: Blob  ;Shape: Rectangle  ;Shape: Triangle  ;Shape: Diamond  ;"
+        "Shape: Four Point Star  ;Shape: Five Point Star  ;Shape: Cols with Matte  ;"
+        "Shape: Matte over Cols  ;Shape: Colour in Matte  |0|||||dlcb_42",
+        "Float43|Shape Width: %.2f|72|1|100|0.5|0|dlcb_43",
+        "Float44|Shape Height: %.2f|57|1|100|0.5|0|dlcb_44",
+        "Float45|Random Sizes: %.2f|60|0|100|0.5|0|dlcb_45",
+        "Float46|Star Sharpness: %.2f|50|1|100|0.5|0|dlcb_46",
+        "Boolean47|Living Rotate   |0||||0|dlcb_47",
+        "Float48|Base Rotation: %.2f|0|-360|360|0.01|0|dlcb_48",
+        "Color49||0xFFFFFFFF|||||dlcb_49",
+        "Float50|Shape Colour R: %.2f|100|0|100|0.2|0|SetShapeColCB",
+        "Float51|Shape Colour G: %.2f|100|0|100|0.2|0|SetShapeColCB",
+        "Float52|Shape Colour B: %.2f|100|0|100|0.2|0|SetShapeColCB",
+        "Float53|Random Colours: %.2f|0|0|100|0.5|0|dlcb_53",
+        "Float54|Shape Density: %.2f|100|0|100|0.5|0|dlcb_54",
+        "Boolean55|Use Shapes over Cols   |0||||0|dlcb_55",
+        "Pup59|Render Mode: Render  ;Render Mode: Wireframe  |1|||||dlcb_59",
+        "Boolean67|Avoid Predator   |0||||0|dlcb_67",
+        "Float68|Predator X: %.2f|40|-150|250|0.05|0|dlcb_68",
+        "Float69|Predator Y: %.2f|40|-150|250|0.05|0|dlcb_68",
+        "Float70|Fear of Predator: %.2f|18|1|100|0.5|0|dlcb_70",
+        "Boolean71|Hunt Food   |1||||0|dlcb_71",
+        "Float72|Food X: %.2f|20|-150|250|0.05|0|dlcb_72",
+        "Float73|Food Y: %.2f|15|-150|250|0.05|0|dlcb_72",
+        "Boolean75|Use Avoid Matte   |0||||0|dlcb_75",
+        "Float76|Avoid Forward: %.2f|10|1|100|0.5|0|dlcb_76",
+        "Float77|Avoid Sides: %.2f|5|1|100|0.5|0|dlcb_77",
+        "Boolean78|Match Velocity   |0||||0|dlcb_78", "Float79|Speed: %.2f|20|0|100|0.5|0|dlcb_79",
+        "Float80|Acceleration: %.2f|3.5|0|100|0.5|0|dlcb_80",
+        "Boolean81|Avoid Others   |0||||0|dlcb_81",
+        "Float82|Personal Space: %.2f|15|1|100|0.5|0|dlcb_82",
+        "Boolean83|Vesk Gathering   |0||||0|dlcb_83",
+        "Float84|Vesk Grouping: %.2f|10|0|100|0.5|0|dlcb_84",
+        "UserFloat93|Amplitude Import: %.1f|0|-1000|1000|0.001|0|",
+        "Push100|Simple Food Hunt   ||||||dlcb_100",
+        "Boolean101|Add Predator   |0||||0|dlcb_101",
+        "Boolean102|Add Living Rotate   |0||||0|dlcb_102",
+        "Boolean103|Add Personal Space   |0||||0|dlcb_103",
+        "Boolean104|Add Vesk Centring   |0||||0|dlcb_104",
+        "Boolean105|Add Match Velocity   |0||||0|dlcb_105",
+        "Push114|Import Amplitude File||||||import_aiff_CB",
+    };
+    // Every page (29 places from 6) opens with the restart buttons and closes with the
+    // standard block at fixed offsets.
+    for (int page = 1; page <= 4; ++page) {
+        const int first = 6 + 29 * (page - 1);
+        auto n = [&](int offset) { return std::to_string(first + offset); };
+        const std::string p = std::to_string(page);
+        rows.push_back("Push" + n(0) + "|Restart   ||||||dlcb_" + n(0));
+        rows.push_back("Push" + n(1) + "|Restart+PreRoll   ||||||dlcb_" + n(1));
+        rows.push_back("Push" + n(2) + "|PreRoll   ||||||dlcb_" + n(2));
+        rows.push_back("Boolean" + n(22) + "|Clear Overlay|0||||0|Overlay" + p + "CB");
+        rows.push_back("Push" + n(25) + "|Help||||||HelpCB");
+        rows.push_back("Push" + n(26) + "|Reset||||||Reset" + p + "CB");
+        rows.push_back("Pup" + n(27) + "|FULL;1/2;1/3;1/4;1/6;1/8;1/12;1/16;1/32|0|||||SetRes" +
+                       p + "CB");
+        rows.push_back("Boolean" + n(28) + "|Auto Preview|1||||0|Auto" + p + "CB");
+    }
+    return rows;
+}
+
+std::string num(double v)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", v);
+    return text;
+}
+
+// The same description of a loaded record, without its callback.
+std::string describe(const sparkhost::Control& c)
+{
+    const std::string kind = c.record.substr(5);
+    if (c.kind == sparkhost::ControlKind::String) {
+        const SparkStringStruct* s = c.asString();
+        return kind + "|" + s->Title + "|" + s->Value + "||||" + num(s->Flags);
+    }
+    if (c.kind == sparkhost::ControlKind::Push) return kind + "|" + c.asPush()->Title + "|||||";
+    if (c.kind == sparkhost::ControlKind::Boolean) {
+        const SparkBooleanStruct* b = c.asBoolean();
+        return kind + "|" + b->Title + "|" + num(b->Value) + "||||" + num(b->Flags);
+    }
+    if (c.kind == sparkhost::ControlKind::Int) {
+        const SparkIntStruct* i = c.asInt();
+        return kind + "|" + i->Title + "|" + num(i->Value) + "|" + num(i->Min) + "|" +
+               num(i->Max) + "|" + num(i->Increment) + "|" + num(i->Flags);
+    }
+    if (c.kind == sparkhost::ControlKind::Float || c.kind == sparkhost::ControlKind::UserFloat) {
+        const SparkFloatStruct* f = c.asFloat();
+        return kind + "|" + f->Title + "|" + num(f->Value) + "|" + num(f->Min) + "|" +
+               num(f->Max) + "|" + num(f->Increment) + "|" + num(f->Flags);
+    }
+    if (c.kind == sparkhost::ControlKind::List) {
+        const SparkPupStruct* l = c.asList();
+        std::string titles;
+        for (int i = 0; i < SPARK_PUP_MAX_TITLES; ++i)
+            if (l->Titles[i] != nullptr)
+                titles += (i > 0 ? ";" : "") + std::string(l->Titles[i]);
+            else if (i < l->TitleCount)
+                titles += ";(null)";
+        return kind + "|" + titles + "|" + num(l->Value) + "||||";
+    }
+    char colour[16];
+    std::snprintf(colour, sizeof colour, "0x%08lX", c.asColour()->Color);
+    return kind + "||" + colour + "||||";
 }
 
 class PanelRecordsTest : public ::testing::Test {
@@ -145,113 +145,37 @@ protected:
     void SetUp() override
     {
         host.setEcho(false);
-        host.setFrameSize(32, 18);
         std::string error;
         ASSERT_TRUE(plugin.load(VESK_PLUGIN_PATH, &error)) << error;
     }
-    const Row* row(const std::string& record) const
-    {
-        for (const Row& r : kPanel)
-            if (record == r.record) return &r;
-        return nullptr;
-    }
-
     sparkhost::Host host;
     sparkhost::Plugin plugin{host};
 };
 
-TEST_F(PanelRecordsTest, EveryRecordIsExportedWithItsLabelValueRangeAndFlags)
+TEST_F(PanelRecordsTest, EveryRecordHasItsLabelValueRangeFlagsAndCallback)
 {
-    for (const Row& r : kPanel) {
-        SCOPED_TRACE(r.record);
-        void* p = plugin.symbol(r.record);
-        ASSERT_NE(p, nullptr);
-        const std::string name = r.record;
-        if (starts_with(name, "SparkString")) {
-            auto* s = static_cast<SparkStringStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 224u);
-            EXPECT_STREQ(s->Value, r.value);
-            EXPECT_STREQ(s->Title, r.titles.at(0).c_str());
-            EXPECT_EQ(s->Flags, unsigned(number(r.flags)));
-            EXPECT_EQ(s->Callback, nullptr);
-        } else if (starts_with(name, "SparkPush")) {
-            auto* s = static_cast<SparkPushStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 16u);
-            EXPECT_STREQ(s->Title, r.titles.at(0).c_str());
-        } else if (starts_with(name, "SparkInt")) {
-            auto* s = static_cast<SparkIntStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 40u);
-            EXPECT_STREQ(s->Title, r.titles.at(0).c_str());
-            EXPECT_EQ(s->Value, int(number(r.value)));
-            EXPECT_EQ(s->Min, int(number(r.min)));
-            EXPECT_EQ(s->Max, int(number(r.max)));
-            EXPECT_EQ(s->Increment, int(number(r.step)));
-            EXPECT_EQ(s->Flags, unsigned(number(r.flags)));
-        } else if (starts_with(name, "SparkFloat") || starts_with(name, "SparkUserFloat")) {
-            auto* s = static_cast<SparkFloatStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 40u);
-            EXPECT_STREQ(s->Title, r.titles.at(0).c_str());
-            EXPECT_FLOAT_EQ(s->Value, float(number(r.value)));
-            EXPECT_FLOAT_EQ(s->Min, float(number(r.min)));
-            EXPECT_FLOAT_EQ(s->Max, float(number(r.max)));
-            EXPECT_FLOAT_EQ(s->Increment, float(number(r.step)));
-            EXPECT_EQ(s->Flags, unsigned(number(r.flags)));
-        } else if (starts_with(name, "SparkBoolean")) {
-            auto* s = static_cast<SparkBooleanStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 24u);
-            EXPECT_STREQ(s->Title, r.titles.at(0).c_str());
-            EXPECT_EQ(s->Value, int(number(r.value)));
-            EXPECT_EQ(s->Flags, int(number(r.flags)));
-        } else if (starts_with(name, "SparkPup")) {
-            auto* s = static_cast<SparkPupStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 176u);
-            EXPECT_EQ(s->Value, int(number(r.value)));
-            ASSERT_EQ(s->TitleCount, int(r.titles.size()));
-            for (size_t i = 0; i < SPARK_PUP_MAX_TITLES; ++i) {
-                if (i < r.titles.size())
-                    EXPECT_STREQ(s->Titles[i], r.titles[i].c_str());
-                else
-                    EXPECT_EQ(s->Titles[i], nullptr);
-            }
-        } else if (starts_with(name, "SparkColor")) {
-            auto* s = static_cast<SparkColorStruct*>(p);
-            EXPECT_EQ(symbol_size(p), 16u);
-            EXPECT_EQ(s->Color & 0xFFFFFFFFul, std::strtoul(r.value, nullptr, 16));
-        } else {
-            ADD_FAILURE() << "unknown record kind";
-        }
-    }
-}
-
-TEST_F(PanelRecordsTest, CallbacksArePresentAndSharedExactlyWhereTheyShouldBe)
-{
+    std::set<std::string> expected;
     std::map<std::string, SparkCallback> by_name;
-    std::set<SparkCallback> seen;
-    for (const Row& r : kPanel) {
-        SCOPED_TRACE(r.record);
-        const sparkhost::Control* c = plugin.panel().findRecord(r.record);
+    for (const std::string& row : panel_rows()) {
+        const std::string::size_type cut = row.rfind('|');
+        const std::string record = "Spark" + row.substr(0, row.find('|'));
+        const std::string callback = row.substr(cut + 1);
+        SCOPED_TRACE(record);
+        expected.insert(record);
+        const sparkhost::Control* c = plugin.panel().findRecord(record);
         ASSERT_NE(c, nullptr);
+        EXPECT_EQ(describe(*c), row.substr(0, cut));
         SparkCallback cb = plugin.panel().callback(*c);
-        if (std::strlen(r.callback) == 0) {
+        if (callback.empty()) {
             EXPECT_EQ(cb, nullptr);
             continue;
         }
         ASSERT_NE(cb, nullptr);
-        auto it = by_name.find(r.callback);
-        if (it == by_name.end()) {
-            EXPECT_EQ(seen.count(cb), 0u) << r.callback << " is another record's callback";
-            by_name[r.callback] = cb;
-            seen.insert(cb);
-        } else {
-            EXPECT_EQ(cb, it->second) << r.callback;
-        }
+        auto known = by_name.emplace(callback, cb).first;
+        EXPECT_EQ(cb, known->second) << callback;  // shared where named alike
+        for (const auto& other : by_name)
+            if (other.first != callback) EXPECT_NE(cb, other.second) << other.first;
     }
-}
-
-TEST_F(PanelRecordsTest, NoOtherControlRecordsAreExported)
-{
-    std::set<std::string> expected;
-    for (const Row& r : kPanel) expected.insert(r.record);
     std::set<std::string> found;
     for (const sparkhost::Control& c : plugin.panel().controls()) found.insert(c.record);
     EXPECT_EQ(found, expected);
@@ -260,84 +184,72 @@ TEST_F(PanelRecordsTest, NoOtherControlRecordsAreExported)
     EXPECT_EQ(*sync, 1);
 }
 
+// Size of a data symbol of the loaded object, from its symbol table entry.
+size_t symbol_size(const void* address)
+{
+    Dl_info info;
+    void* entry = nullptr;
+    if (dladdr1(address, &info, &entry, RTLD_DL_SYMENT) == 0 || entry == nullptr) return 0;
+    return static_cast<const ElfW(Sym)*>(entry)->st_size;
+}
+
 TEST_F(PanelRecordsTest, AuxRecordsCarryTheirControlsRangesAndSizes)
 {
-    const char* names[] = {
-        "AuxQ4Integer9",    "AuxQ4Integer11",   "AuxQ4Integer12",   "AuxQ4Position13",
-        "AuxQ4Size15",      "AuxQ4Checkbox20",  "AuxQ4Checkbox21",  "AuxQ4Checkbox38",
-        "AuxQ4Checkbox39",  "AuxQ4Integer40",   "AuxQ4List42",      "AuxQ4Float43",
-        "AuxQ4Float44",     "AuxQ4Float45",     "AuxQ4Float46",     "AuxQ4Checkbox47",
-        "AuxQ4Angle48",     "AuxQ4Colour49",    "AuxQ4Float53",     "AuxQ4Float54",
-        "AuxQ4Checkbox55",  "AuxQ4List59",      "AuxQ4Checkbox67",  "AuxQ4Position68",
-        "AuxQ4Float70",     "AuxQ4Checkbox71",  "AuxQ4Position72",  "AuxQ4Checkbox75",
-        "AuxQ4Float76",     "AuxQ4Float77",     "AuxQ4Checkbox78",  "AuxQ4Float79",
-        "AuxQ4Float80",     "AuxQ4Checkbox81",  "AuxQ4Float82",     "AuxQ4Checkbox83",
-        "AuxQ4Float84",     "AuxQ4Checkbox101", "AuxQ4Checkbox102", "AuxQ4Checkbox103",
-        "AuxQ4Checkbox104", "AuxQ4Checkbox105",
+    // Name, size, leading fields as floats or ints (the rest of the record is zero).
+    const struct {
+        const char* name;
+        size_t size;
+        std::vector<float> floats;
+        std::vector<int> ints;
+    } aux[] = {
+        {"Integer9", 1036, {}, {1, 1000}},      {"Integer11", 1036, {}, {1, 5000}},
+        {"Integer12", 1036, {}, {1, 999}},      {"Integer40", 1036, {}, {1, 10000}},
+        {"Position13", 1044, {-150, 250, -150, 250}, {}},
+        {"Position68", 1044, {-150, 250, -150, 250}, {}},
+        {"Position72", 1044, {-150, 250, -150, 250}, {}},
+        {"Size15", 1036, {0, 200}, {}},         {"Angle48", 1036, {-360, 360}, {}},
+        {"Float43", 1036, {1, 100}, {}},        {"Float44", 1036, {1, 100}, {}},
+        {"Float45", 1036, {0, 100}, {}},        {"Float46", 1036, {1, 100}, {}},
+        {"Float53", 1036, {0, 100}, {}},        {"Float54", 1036, {0, 100}, {}},
+        {"Float70", 1036, {1, 100}, {}},        {"Float76", 1036, {1, 100}, {}},
+        {"Float77", 1036, {1, 100}, {}},        {"Float79", 1036, {0, 100}, {}},
+        {"Float80", 1036, {0, 100}, {}},        {"Float82", 1036, {1, 100}, {}},
+        {"Float84", 1036, {0, 100}, {}},        {"Colour49", 1040, {}, {-1, 0}},
+        {"List42", 1200, {}, {0, 9}},           {"List59", 1200, {}, {1, 2}},
     };
-    for (const char* name : names) {
-        SCOPED_TRACE(name);
-        const unsigned char* p = static_cast<const unsigned char*>(plugin.symbol(name));
+    std::vector<std::string> checkboxes;
+    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105})
+        checkboxes.push_back("Checkbox" + std::to_string(n));
+    auto zero_from = [](const unsigned char* p, size_t from, size_t size) {
+        for (size_t i = from; i < size; ++i)
+            if (p[i] != 0) return false;
+        return true;
+    };
+    for (const auto& a : aux) {
+        SCOPED_TRACE(a.name);
+        const auto* p = static_cast<const unsigned char*>(plugin.symbol(("AuxQ4" + std::string(a.name)).c_str()));
         ASSERT_NE(p, nullptr);
-        std::string kind = std::string(name).substr(5);
-        const std::string digits = kind.substr(kind.find_first_of("0123456789"));
-        kind = kind.substr(0, kind.find_first_of("0123456789"));
-        const size_t size = symbol_size(p);
-        // Bytes past the leading fields are zero.
-        auto zero_from = [&](size_t offset) {
-            for (size_t i = offset; i < size; ++i)
-                if (p[i] != 0) return false;
-            return true;
-        };
-        if (kind == "Float" || kind == "Size" || kind == "Angle") {
-            EXPECT_EQ(size, 1036u);
-            const Row* host_row = row("SparkFloat" + digits);
-            ASSERT_NE(host_row, nullptr);
-            const float* range = reinterpret_cast<const float*>(p);
-            EXPECT_FLOAT_EQ(range[0], float(number(host_row->min)));
-            EXPECT_FLOAT_EQ(range[1], float(number(host_row->max)));
-            EXPECT_TRUE(zero_from(8));
-        } else if (kind == "Integer") {
-            EXPECT_EQ(size, 1036u);
-            const Row* host_row = row("SparkInt" + digits);
-            ASSERT_NE(host_row, nullptr);
-            const int* range = reinterpret_cast<const int*>(p);
-            EXPECT_EQ(range[0], int(number(host_row->min)));
-            EXPECT_EQ(range[1], int(number(host_row->max)));
-            EXPECT_TRUE(zero_from(8));
-        } else if (kind == "Position") {
-            EXPECT_EQ(size, 1044u);
-            const float* range = reinterpret_cast<const float*>(p);
-            EXPECT_FLOAT_EQ(range[0], -150.0f);
-            EXPECT_FLOAT_EQ(range[1], 250.0f);
-            EXPECT_FLOAT_EQ(range[2], -150.0f);
-            EXPECT_FLOAT_EQ(range[3], 250.0f);
-            EXPECT_TRUE(zero_from(16));
-        } else if (kind == "Colour") {
-            EXPECT_EQ(size, 1040u);
-            const unsigned* words = reinterpret_cast<const unsigned*>(p);
-            EXPECT_EQ(words[0], 0xFFFFFFFFu);
-            EXPECT_EQ(words[1], 0u);
-            EXPECT_TRUE(zero_from(8));
-        } else if (kind == "List") {
-            EXPECT_EQ(size, 1200u);
-            const Row* host_row = row("SparkPup" + digits);
-            ASSERT_NE(host_row, nullptr);
-            const int* head = reinterpret_cast<const int*>(p);
-            EXPECT_EQ(head[1], int(host_row->titles.size()));
-            const char* const* titles = reinterpret_cast<const char* const*>(p + 8);
-            for (size_t i = 0; i < host_row->titles.size(); ++i) {
-                // The framework's entries are the host's without the shared prefix.
-                const std::string& full = host_row->titles[i];
-                ASSERT_NE(titles[i], nullptr);
-                EXPECT_EQ(std::string(titles[i]), full.substr(full.find(": ") + 2));
-            }
-        } else if (kind == "Checkbox") {
-            EXPECT_EQ(size, 2528u);
-            EXPECT_TRUE(zero_from(0));
-        } else {
-            ADD_FAILURE() << "unknown AuxQ4 kind " << kind;
-        }
+        EXPECT_EQ(symbol_size(p), a.size);
+        for (size_t i = 0; i < a.floats.size(); ++i)
+            EXPECT_EQ(reinterpret_cast<const float*>(p)[i], a.floats[i]);
+        for (size_t i = 0; i < a.ints.size(); ++i)
+            EXPECT_EQ(reinterpret_cast<const int*>(p)[i], a.ints[i]);
+        if (std::string(a.name).rfind("List", 0) != 0)
+            EXPECT_TRUE(zero_from(p, 4 * (a.floats.size() + a.ints.size()), a.size));
+    }
+    // The framework's list entries are the host's without their "Shape: " / "Render Mode: ".
+    const auto* shapes = static_cast<const char* const*>(plugin.symbol("AuxQ4List42")) + 1;
+    const auto* modes = static_cast<const char* const*>(plugin.symbol("AuxQ4List59")) + 1;
+    EXPECT_STREQ(shapes[0], "Blob  ");
+    EXPECT_STREQ(shapes[6], "Cols with Matte  ");
+    EXPECT_STREQ(shapes[8], "Colour in Matte  ");
+    EXPECT_STREQ(modes[0], "Render  ");
+    EXPECT_STREQ(modes[1], "Wireframe  ");
+    for (const std::string& name : checkboxes) {
+        const auto* p = static_cast<const unsigned char*>(plugin.symbol(("AuxQ4" + name).c_str()));
+        ASSERT_NE(p, nullptr) << name;
+        EXPECT_EQ(symbol_size(p), 2528u) << name;
+        EXPECT_TRUE(zero_from(p, 0, 2528)) << name;
     }
 }
 

@@ -6,29 +6,27 @@
 #include "Library/Q4Convert.h"
 #include "tests/unit/library/library_env.h"
 
-TEST(Convert, EightBitBytesRoundTripThroughTheWorkingRange) {
+TEST(Convert, HostValuesRoundTripThroughTheWorkingRange) {
     std::vector<unsigned char> host(256 * 3), out(256 * 3, 0);
     for (int i = 0; i < 256 * 3; i++) host[i] = (unsigned char)(i / 3);
     std::unique_ptr<ImageQ4> img(ConvertFromDLImage8(host.data(), 256, 1, 1.0, 1, nullptr, 1));
-    EXPECT_EQ(img->rows[0][255].r, 32767);
-    EXPECT_EQ(img->rows[0][128].g, 16448);  // 128 << 7 | 64
-    EXPECT_EQ(img->rows[0][0].b, 0);
-    EXPECT_EQ(img->rows[0][77].a, 32767);
+    const PixelQ4* row = img->rows[0];
+    EXPECT_EQ(std::vector<int>({row[255].r, row[128].g, row[0].b, row[77].a}),
+              std::vector<int>({32767, 16448, 0, 32767}));  // 128 -> 128 << 7 | 64
     ConvertToDLImage8(img.get(), out.data(), 256, 1, 1);
     EXPECT_EQ(out, host);
     img->rows[0][0] = PixelQ4(65535, 32768, 255, 0);  // above the range: clamped on the way out
     ConvertToDLImage8(img.get(), out.data(), 256, 1, 1);
-    EXPECT_EQ(out[0] + out[1] + out[2], 255 + 255 + 1);
-}
+    EXPECT_EQ(std::vector<int>({out[0], out[1], out[2]}), std::vector<int>({255, 255, 1}));
 
-TEST(Convert, TwelveBitWordsRoundTripAndKeepTheirLowFourBits) {
-    std::vector<unsigned short> host(4096 * 3), out(4096 * 3, 0xA);
-    for (int i = 0; i < 4096 * 3; i++) host[i] = (unsigned short)((i / 3) << 4 | (i & 15));
-    std::unique_ptr<ImageQ4> img(ConvertFromDLImage12(host.data(), 4096, 1, 1.0, 1, nullptr, 1));
+    // 12-bit words carry the value in their upper twelve bits; the low four are the host's.
+    std::vector<unsigned short> host12(4096 * 3), out12(4096 * 3, 0xA);
+    for (int i = 0; i < 4096 * 3; i++) host12[i] = (unsigned short)((i / 3) << 4 | (i & 15));
+    img.reset(ConvertFromDLImage12(host12.data(), 4096, 1, 1.0, 1, nullptr, 1));
     EXPECT_EQ(img->rows[0][4095].r, 32767);
     EXPECT_EQ(img->rows[0][1].r, 8);
-    ConvertToDLImage12(img.get(), out.data(), 4096, 1, 1, 0);
-    for (int i = 0; i < 4096 * 3; i++) ASSERT_EQ(out[i], (i / 3) << 4 | 0xA) << i;
+    ConvertToDLImage12(img.get(), out12.data(), 4096, 1, 1, 0);
+    for (int i = 0; i < 4096 * 3; i++) ASSERT_EQ(out12[i], (i / 3) << 4 | 0xA) << i;
 }
 
 TEST(Convert, TruncationReducesTheImageItselfToTenBits) {
@@ -38,9 +36,9 @@ TEST(Convert, TruncationReducesTheImageItselfToTenBits) {
     testing::internal::CaptureStdout();
     ConvertToDLImage12(&img, out.data(), 1, 1, 1, 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Truncating 12bit image to 10 bits.\n");
-    EXPECT_EQ(img.rows[0][0].r, 0x7FD0);
-    EXPECT_EQ(img.rows[0][0].g, 0x0010);  // bit 5 cleared, bit 4 kept
-    EXPECT_EQ(img.rows[0][0].a, 0x7FFF);
+    // Bits 0-3 and 5 cleared, bit 4 kept, alpha untouched.
+    EXPECT_EQ(std::vector<int>({img.rows[0][0].r, img.rows[0][0].g, img.rows[0][0].b, img.rows[0][0].a}),
+              std::vector<int>({0x7FD0, 0x0010, 0x0010, 0x7FFF}));
     EXPECT_EQ(out[0], ((0x7FD0 >> 3) << 4) | 0x5);
 }
 
@@ -52,10 +50,8 @@ TEST(Convert, ReducedImportPicksHostPixelsHalfAStepInOnAnEvenSizedImage) {
             host[(y * 103 + x) * 3 + 1] = (unsigned char)y;
         }
     std::unique_ptr<ImageQ4> odd(ConvertFromDLImage8(host.data(), 101, 9, 0.9, 2, nullptr, 0));
-    EXPECT_EQ(odd->width, 50);
-    EXPECT_EQ(odd->height, 4);
-    EXPECT_EQ(odd->sample_step, 2.0f);
-    EXPECT_EQ(odd->ratio, 0.9);
+    EXPECT_EQ(std::vector<double>({(double)odd->width, (double)odd->height, odd->sample_step, odd->ratio}),
+              std::vector<double>({50, 4, 2.0, 0.9}));
     std::unique_ptr<ImageQ4> unit(ConvertFromDLImage8(host.data(), 103, 9, 1.0, -3, nullptr, 0));
     EXPECT_EQ(unit->width, 103);  // a step below 1 counts as 1
     EXPECT_EQ(ConvertFromDLImage8(nullptr, 103, 9, 1.0, 2, nullptr, 1), nullptr);

@@ -9,9 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "effect/Vesk.h"
 #include "host/ControlTable.h"
@@ -19,7 +17,6 @@
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Panel.h"
 #include "sparkhost/lib/Pauses.h"
-#include "tests/e2e/panel_records.h"
 
 extern "C" {
 unsigned int SparkInitialise(SparkInfoStruct);
@@ -45,11 +42,21 @@ inline void restore_factory_records()
         std::memcpy(c.address, c.initial.data(), c.initial.size());
 }
 
-inline const sparkhost::Control& record(const std::string& name)
+// A record's value as one number: checkbox state byte, list entry (from 0), packed colour word,
+// or the numeric value; `initial` reads the factory copy instead of the live record.
+inline double value_of(const std::string& name, bool initial = false)
 {
     const sparkhost::Control* c = factory().findRecord(name);
-    if (c == nullptr) throw std::runtime_error("no record " + name);
-    return *c;
+    if (c == nullptr) return -1e30;
+    const void* p = initial ? static_cast<const void*>(c->initial.data()) : c->address;
+    switch (c->kind) {
+    case sparkhost::ControlKind::Boolean: return static_cast<const SparkBooleanStruct*>(p)->Value & 0xFF;
+    case sparkhost::ControlKind::List: return static_cast<const SparkPupStruct*>(p)->Value;
+    case sparkhost::ControlKind::Colour:
+        return double(static_cast<const SparkColorStruct*>(p)->Color & 0xFFFFFFFFul);
+    case sparkhost::ControlKind::Int: return static_cast<const SparkIntStruct*>(p)->Value;
+    default: return static_cast<const SparkFloatStruct*>(p)->Value;
+    }
 }
 
 class PanelTest : public ::testing::Test {
@@ -82,7 +89,17 @@ protected:
     int renders() const { return host.cursorBusyCount(); }
     int redraws() const { return host.viewingDraws(); }
     bool shown(int control) const { return host.parameterEnabled(1, control); }
+    int updates(int control) const
+    {
+        const auto& u = host.controlUpdates();
+        return static_cast<int>(std::count(u.begin(), u.end(), control));
+    }
     static int state(const SparkBooleanStruct& r) { return r.Value & 0xFF; }
+    void edit(SparkBooleanStruct& box, int on)
+    {
+        box.Value = on;
+        box.Callback(1, info());
+    }
 
     sparkhost::Host host;
 };
