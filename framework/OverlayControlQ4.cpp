@@ -23,6 +23,15 @@ void WriteControl(SparkFloatStruct* c, long number, float value) {
     sparkControlUpdate((int)number);
 }
 
+// Both values of a pair are in place before the host hears of either, so it never shows a point
+// half moved.
+void WritePair(SparkFloatStruct* x, SparkFloatStruct* y, long number, float vx, float vy) {
+    if (x) x->Value = vx;
+    if (y) y->Value = vy;
+    if (x) sparkControlUpdate((int)number);
+    if (y) sparkControlUpdate((int)number + 1);
+}
+
 int ImageWidth(const OverlayQ4* o) { return o ? o->overlay_width : 0; }
 int ImageHeight(const OverlayQ4* o) { return o ? o->overlay_height : 0; }
 
@@ -104,8 +113,7 @@ void CrosshairOverlayQ4::HandleInteractionPlat(InterType type, float, float) {
     pos_y = ClampMax(pos_y, y_control);
     pos_x = ClampMin(pos_x, x_control);
     pos_y = ClampMin(pos_y, y_control);
-    WriteControl(x_control, control, pos_x * 100.0f);
-    WriteControl(y_control, control + 1, pos_y * 100.0f);
+    WritePair(x_control, y_control, control, pos_x * 100.0f, pos_y * 100.0f);
 }
 
 // ---- line -----------------------------------------------------------------------------------
@@ -167,18 +175,16 @@ void LineOverlayQ4::HandleInteractionPlat(InterType type, float, float) {
     if (type != INTER_DRAG || !grabbed) return;
     start_x = ClampMax(start_x, x_control);
     start_y = ClampMax(start_y, y_control);
-    // The end x's clamp lands in the start x and leaves the end x as it was; existing setups
-    // depend on lines behaving this way at the edge of their range.
+    // The end x's clamp lands in the start x and leaves the end x as it was: kept, as lines have
+    // always behaved this way at the edge of their range.
     if (end_x_control && end_x * 100.0f > end_x_control->Max) start_x = end_x_control->Max / 100.0f;
     end_y = ClampMax(end_y, end_y_control);
     start_x = ClampMin(start_x, x_control);
     start_y = ClampMin(start_y, y_control);
     if (end_x_control && end_x_control->Min > end_x * 100.0f) start_x = end_x_control->Min / 100.0f;
     end_y = ClampMin(end_y, end_y_control);
-    WriteControl(x_control, control, start_x * 100.0f);
-    WriteControl(y_control, control + 1, start_y * 100.0f);
-    WriteControl(end_x_control, end_control, end_x * 100.0f);
-    WriteControl(end_y_control, end_control + 1, end_y * 100.0f);
+    WritePair(x_control, y_control, control, start_x * 100.0f, start_y * 100.0f);
+    WritePair(end_x_control, end_y_control, end_control, end_x * 100.0f, end_y * 100.0f);
 }
 
 // ---- angle ----------------------------------------------------------------------------------
@@ -290,8 +296,9 @@ void CircleOverlayQ4::HandleInteraction(InterType type, float x, float y) {
             } else if (grabbed == 3) {
                 // The height is a fraction of the image width too, like the width.
                 height = 2.0f * sqrtf(dx * dx + dy * dy) / W;
-            } else if (grabbed == 1) {
-                // Only the pointer's x enters: the ellipse keeps its proportions.
+            } else if (grabbed == 1 && width != 0.0f) {
+                // Only the pointer's x enters: the ellipse keeps its proportions. An ellipse of
+                // no width has no proportion to keep, and the diagonal leaves it alone.
                 const float r = height / width;
                 const float a = angle * 0.017453292f;
                 const float q = -0.7853982f;

@@ -1,5 +1,6 @@
 #include "InfoCommand.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -9,6 +10,7 @@
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Plugin.h"
+#include "sparkhost/lib/Setup.h"
 
 namespace sparkhost {
 
@@ -29,6 +31,8 @@ std::string describe(const Plugin& plugin, const Control& c) {
     const Host& host = const_cast<Plugin&>(plugin).host();
     std::string label = trimRight(panel.label(c));
     if (c.kind == ControlKind::Colour) label = panel.displayValue(c);
+    // A checkbox shows its state beside its title, as a tick box would.
+    if (c.kind == ControlKind::Boolean) label = (panel.displayValue(c) == "on" ? "[x] " : "[ ] ") + label;
     std::ostringstream line;
     line << "  " << pad(std::to_string(c.number), 5) << pad(label.empty() ? "(no title)" : label, 30)
          << pad(kindName(c.kind), 10);
@@ -128,6 +132,15 @@ int runInfo(const InfoOptions& options) {
     std::fflush(stdout);
     dup2(savedOut, 1);
     close(savedOut);
+    // A plug-in that never asks for its setup still gets the one given.
+    if (!options.setup.empty() && host.setupLoads().end() == std::find(host.setupLoads().begin(),
+                                                                         host.setupLoads().end(), options.setup)) {
+        std::string why;
+        if (!readSetup(plugin.panel(), host, options.setup, &why)) {
+            std::cerr << "sparkhost: " << why << "\n";
+            return 2;
+        }
+    }
     printPanel(plugin, std::cout);
     std::cout.flush();
     std::fflush(stdout);

@@ -1,6 +1,7 @@
 #include "RenderCommand.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <fcntl.h>
 #include <iostream>
@@ -180,13 +181,21 @@ int runRender(const RenderOptions& o) {
         if (!list) return complain("the plug-in has no resolution list with an entry '" + o.resolution + "'");
         if (!plugin.setControl(*list, o.resolution, &error)) return complain(error);
     }
-    for (const auto& set : o.sets) {
-        size_t eq = set.find('=');
-        if (eq == std::string::npos) return complain("bad --set '" + set + "': write NAME=VALUE");
-        if (!plugin.setControl(trim(set.substr(0, eq)), set.substr(eq + 1), &error)) return complain(error);
+    std::vector<RenderOptions::Edit> edits = o.edits;
+    if (edits.empty()) {
+        for (const auto& set : o.sets) edits.push_back({false, set});
+        for (const auto& press : o.presses) edits.push_back({true, press});
     }
-    for (const auto& press : o.presses)
-        if (!plugin.press(press, &error)) return complain(error);
+    for (const auto& edit : edits) {
+        if (edit.press) {
+            if (!plugin.press(edit.text, &error)) return complain(error);
+            continue;
+        }
+        size_t eq = edit.text.find('=');
+        if (eq == std::string::npos) return complain("bad --set '" + edit.text + "': write NAME=VALUE");
+        if (!plugin.setControl(trim(edit.text.substr(0, eq)), edit.text.substr(eq + 1), &error))
+            return complain(error);
+    }
     for (const auto& key : keys) {
         const Control* c = plugin.panel().resolve(key.control, ControlUse::Animate, &host, &error);
         if (!c) return complain(o.keys + ":" + std::to_string(key.line) + ": " + error);
@@ -211,9 +220,16 @@ int runRender(const RenderOptions& o) {
     progress.start(int(frames.size()));
     FrameBuffer scratch;
     int done = 0;
+    double frameSeconds = 0.0, writeSeconds = 0.0;
+    auto since = [](std::chrono::steady_clock::time_point t) {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - t).count();
+    };
+    double readBefore = clips.readSeconds();
     for (int frame : frames) {
         clips.clearError();
+        auto frameStart = std::chrono::steady_clock::now();
         unsigned long* result = plugin.renderFrame(frame);
+        frameSeconds += since(frameStart);
         if (!clips.lastError().empty()) {
             progress.clearLine();
             return complain(clips.lastError(), kFailed);
@@ -224,13 +240,19 @@ int runRender(const RenderOptions& o) {
         }
         const FrameBuffer* image = resultFrame(host, result, &scratch);
         if (viewer.active()) image = &viewer.frame(*image);
+        auto writeStart = std::chrono::steady_clock::now();
         if (!writeImage(output.path(frame), *image, &error)) {
             progress.clearLine();
             return complain(error, kFailed);
         }
+        writeSeconds += since(writeStart);
         progress.frameDone(++done, frame);
     }
-    progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output);
+    double readSeconds = clips.readSeconds() - readBefore;
+    char times[160];
+    std::snprintf(times, sizeof times, "; plug-in %.2f s, reading %.2f s, writing %.2f s",
+                  frameSeconds - readSeconds, readSeconds, writeSeconds);
+    progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output + times);
 
     if (!o.saveSetup.empty()) {
         host.setSetupName(o.saveSetup);

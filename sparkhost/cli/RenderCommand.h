@@ -18,6 +18,13 @@ struct RenderOptions {
     std::string resolution;             // an entry of the plug-in's resolution list, e.g. "1/2"
     std::vector<std::string> sets;      // "NAME=VALUE"
     std::vector<std::string> presses;   // "NAME"
+    // --set and --press in the order they were given: a preset pressed first and then adjusted
+    // must not be undone by its own later press. Empty when built by hand: sets, then presses.
+    struct Edit {
+        bool press;
+        std::string text;
+    };
+    std::vector<Edit> edits;
     std::string setup;
     std::string saveSetup;
     std::string keys;

@@ -57,10 +57,11 @@ int main(int argc, char** argv) {
         ->check(CLI::PositiveNumber);
     render->add_option("--resolution", r.resolution, "Working resolution, an entry of the plug-in's "
                                                      "resolution list: FULL, 1/2, 1/3, 1/4 ...");
-    render->add_option("--set", r.sets, "Set a control: NAME=VALUE, NAME being the label without its "
+    CLI::Option* setOption = render->add_option("--set", r.sets, "Set a control: NAME=VALUE, NAME being the label without its "
                                         "format, the control number or the record name; list entries "
                                         "by their text");
-    render->add_option("--press", r.presses, "Press a button (after every --set)");
+    CLI::Option* pressOption = render->add_option("--press", r.presses,
+                                                  "Press a button (edits apply in the order given)");
     render->add_option("--setup", r.setup, "Load a setup file");
     render->add_option("--save-setup", r.saveSetup, "Save the setup after the render");
     render->add_option("--keys", r.keys, "Keyframe file: lines 'control frame value'");
@@ -91,5 +92,12 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : 2;
     }
     if (infoCmd->parsed()) return sparkhost::runInfo(info);
+    size_t nextSet = 0, nextPress = 0;
+    for (CLI::Option* option : render->parse_order()) {
+        if (option == setOption && nextSet < r.sets.size())
+            r.edits.push_back({false, r.sets[nextSet++]});
+        else if (option == pressOption && nextPress < r.presses.size())
+            r.edits.push_back({true, r.presses[nextPress++]});
+    }
     return sparkhost::runRender(r);
 }

@@ -1,5 +1,7 @@
 #include "sparkhost/lib/ClipSet.h"
 
+#include <chrono>
+
 #include <sys/stat.h>
 
 #include "sparkhost/lib/DefaultPlate.h"
@@ -66,6 +68,13 @@ bool ClipSet::check(const std::vector<int>& frames, int width, int height, std::
 }
 
 bool ClipSet::read(int clip, int frame, FrameBuffer& destination) {
+    auto start = std::chrono::steady_clock::now();
+    bool found = readTimed(clip, frame, destination);
+    readSeconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return found;
+}
+
+bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
     auto pattern = patterns_.find(clip);
     if (pattern == patterns_.end()) {
         if (!plates_.count(clip)) return false;

@@ -31,12 +31,19 @@ public:
     const std::string& lastError() const { return lastError_; }
     void clearError() { lastError_.clear(); }
 
+    // Wall-clock seconds spent in read() so far, so a render can report its image reading apart
+    // from the plug-in's own time.
+    double readSeconds() const { return readSeconds_; }
+
 private:
     std::map<int, SequencePattern> patterns_;
     std::map<int, bool> plates_;
     std::map<int, FrameBuffer> stills_;  // a still is read once
     FrameBuffer plate_;
     std::string lastError_;
+    double readSeconds_ = 0.0;
+
+    bool readTimed(int clip, int frame, FrameBuffer& destination);
 };
 
 }  // namespace sparkhost

@@ -6,6 +6,7 @@
 #include <link.h>
 
 #include <cstdio>
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <string>
@@ -95,49 +96,52 @@ std::vector<std::string> panel_rows()
     return rows;
 }
 
-std::string num(double v)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", v);
-    return text;
-}
-
 // The same description of a loaded record, without its callback.
 std::string describe(const sparkhost::Control& c)
 {
-    const std::string kind = c.record.substr(5);
-    if (c.kind == sparkhost::ControlKind::String) {
-        const SparkStringStruct* s = c.asString();
-        return kind + "|" + s->Title + "|" + s->Value + "||||" + num(s->Flags);
-    }
-    if (c.kind == sparkhost::ControlKind::Push) return kind + "|" + c.asPush()->Title + "|||||";
-    if (c.kind == sparkhost::ControlKind::Boolean) {
+    auto join = [](std::initializer_list<double> values) {
+        std::string text;
+        char n[32];
+        for (double v : values) {
+            std::snprintf(n, sizeof n, "|%g", v);
+            text += n;
+        }
+        return text;
+    };
+    const std::string kind = c.record.substr(5) + "|";
+    switch (c.kind) {
+    case sparkhost::ControlKind::String:
+        return kind + c.asString()->Title + "|" + c.asString()->Value + "|||" +
+               join({double(c.asString()->Flags)});
+    case sparkhost::ControlKind::Push: return kind + c.asPush()->Title + "|||||";
+    case sparkhost::ControlKind::Boolean: {
         const SparkBooleanStruct* b = c.asBoolean();
-        return kind + "|" + b->Title + "|" + num(b->Value) + "||||" + num(b->Flags);
+        return kind + b->Title + join({double(b->Value)}) + "|||" + join({double(b->Flags)});
     }
-    if (c.kind == sparkhost::ControlKind::Int) {
+    case sparkhost::ControlKind::Int: {
         const SparkIntStruct* i = c.asInt();
-        return kind + "|" + i->Title + "|" + num(i->Value) + "|" + num(i->Min) + "|" +
-               num(i->Max) + "|" + num(i->Increment) + "|" + num(i->Flags);
+        return kind + i->Title +
+               join({double(i->Value), double(i->Min), i->Max + 0.0, i->Increment + 0.0,
+                     double(i->Flags)});
     }
-    if (c.kind == sparkhost::ControlKind::Float || c.kind == sparkhost::ControlKind::UserFloat) {
-        const SparkFloatStruct* f = c.asFloat();
-        return kind + "|" + f->Title + "|" + num(f->Value) + "|" + num(f->Min) + "|" +
-               num(f->Max) + "|" + num(f->Increment) + "|" + num(f->Flags);
-    }
-    if (c.kind == sparkhost::ControlKind::List) {
+    case sparkhost::ControlKind::List: {
         const SparkPupStruct* l = c.asList();
         std::string titles;
         for (int i = 0; i < SPARK_PUP_MAX_TITLES; ++i)
-            if (l->Titles[i] != nullptr)
-                titles += (i > 0 ? ";" : "") + std::string(l->Titles[i]);
-            else if (i < l->TitleCount)
-                titles += ";(null)";
-        return kind + "|" + titles + "|" + num(l->Value) + "||||";
+            if (i < l->TitleCount || l->Titles[i] != nullptr)
+                titles += (i > 0 ? ";" : "") + std::string(l->Titles[i] ? l->Titles[i] : "(null)");
+        return kind + titles + join({double(l->Value)}) + "||||";
     }
-    char colour[16];
-    std::snprintf(colour, sizeof colour, "0x%08lX", c.asColour()->Color);
-    return kind + "||" + colour + "||||";
+    case sparkhost::ControlKind::Colour: {
+        char colour[24];
+        std::snprintf(colour, sizeof colour, "|0x%08lX", c.asColour()->Color);
+        return kind + colour + "||||";
+    }
+    default: {
+        const SparkFloatStruct* f = c.asFloat();
+        return kind + f->Title + join({f->Value, f->Min, f->Max, f->Increment, double(f->Flags)});
+    }
+    }
 }
 
 class PanelRecordsTest : public ::testing::Test {
@@ -174,7 +178,9 @@ TEST_F(PanelRecordsTest, EveryRecordHasItsLabelValueRangeFlagsAndCallback)
         auto known = by_name.emplace(callback, cb).first;
         EXPECT_EQ(cb, known->second) << callback;  // shared where named alike
         for (const auto& other : by_name)
-            if (other.first != callback) EXPECT_NE(cb, other.second) << other.first;
+            if (other.first != callback) {
+                EXPECT_NE(cb, other.second) << other.first;
+            }
     }
     std::set<std::string> found;
     for (const sparkhost::Control& c : plugin.panel().controls()) found.insert(c.record);
@@ -217,9 +223,6 @@ TEST_F(PanelRecordsTest, AuxRecordsCarryTheirControlsRangesAndSizes)
         {"Float84", 1036, {0, 100}, {}},        {"Colour49", 1040, {}, {-1, 0}},
         {"List42", 1200, {}, {0, 9}},           {"List59", 1200, {}, {1, 2}},
     };
-    std::vector<std::string> checkboxes;
-    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105})
-        checkboxes.push_back("Checkbox" + std::to_string(n));
     auto zero_from = [](const unsigned char* p, size_t from, size_t size) {
         for (size_t i = from; i < size; ++i)
             if (p[i] != 0) return false;
@@ -234,19 +237,24 @@ TEST_F(PanelRecordsTest, AuxRecordsCarryTheirControlsRangesAndSizes)
             EXPECT_EQ(reinterpret_cast<const float*>(p)[i], a.floats[i]);
         for (size_t i = 0; i < a.ints.size(); ++i)
             EXPECT_EQ(reinterpret_cast<const int*>(p)[i], a.ints[i]);
-        if (std::string(a.name).rfind("List", 0) != 0)
+        if (std::string(a.name).rfind("List", 0) != 0) {
             EXPECT_TRUE(zero_from(p, 4 * (a.floats.size() + a.ints.size()), a.size));
+        }
     }
     // The framework's list entries are the host's without their "Shape: " / "Render Mode: ".
-    const auto* shapes = static_cast<const char* const*>(plugin.symbol("AuxQ4List42")) + 1;
-    const auto* modes = static_cast<const char* const*>(plugin.symbol("AuxQ4List59")) + 1;
-    EXPECT_STREQ(shapes[0], "Blob  ");
-    EXPECT_STREQ(shapes[6], "Cols with Matte  ");
-    EXPECT_STREQ(shapes[8], "Colour in Matte  ");
-    EXPECT_STREQ(modes[0], "Render  ");
-    EXPECT_STREQ(modes[1], "Wireframe  ");
-    for (const std::string& name : checkboxes) {
-        const auto* p = static_cast<const unsigned char*>(plugin.symbol(("AuxQ4" + name).c_str()));
+    for (int n : {42, 59}) {
+        const auto* host_list = static_cast<const SparkPupStruct*>(
+            plugin.symbol(("SparkPup" + std::to_string(n)).c_str()));
+        const auto* entries = static_cast<const char* const*>(
+            plugin.symbol(("AuxQ4List" + std::to_string(n)).c_str())) + 1;
+        for (int i = 0; i < host_list->TitleCount; ++i) {
+            const std::string full = host_list->Titles[i];
+            EXPECT_STREQ(entries[i], full.substr(full.find(": ") + 2).c_str()) << n;
+        }
+    }
+    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105}) {
+        const std::string name = "AuxQ4Checkbox" + std::to_string(n);
+        const auto* p = static_cast<const unsigned char*>(plugin.symbol(name.c_str()));
         ASSERT_NE(p, nullptr) << name;
         EXPECT_EQ(symbol_size(p), 2528u) << name;
         EXPECT_TRUE(zero_from(p, 0, 2528)) << name;

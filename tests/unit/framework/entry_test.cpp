@@ -234,15 +234,22 @@ TEST_F(EntryTest, OnlyAPositiveBlendMixesTheBackgroundBack) {
     sparkhost::FrameBuffer negative = render(-50.0f);
     sparkhost::FrameBuffer half = render(50.0f);
     sparkhost::FrameBuffer full = render(100.0f);
-    SparkPup59.Value = saved_mode;
-    SparkInt11.Value = 20;
     EXPECT_TRUE(negative.samePixels(plain));
     EXPECT_FALSE(half.samePixels(plain));
-    // A full blend gives back the background clip exactly.
+    // A full blend gives back the background clip exactly, through the 8-bit conversions and,
+    // in twelve-bit mode, through the 12-bit ones (which must not truncate to ten bits).
+    host.setDepthCode(48);
+    start(48);
+    sparkhost::FrameBuffer full12 = render(100.0f);
+    SparkPup59.Value = saved_mode;
+    SparkInt11.Value = 20;
     int wrong = 0;
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; ++x)
-            for (int c = 0; c < 3; ++c) wrong += full.value(x, y, c) != background_value(x, y, c);
+            for (int c = 0; c < 3; ++c)
+                wrong += (full.value(x, y, c) != background_value(x, y, c)) +
+                         (full12.value(x, y, c) != background_value(x, y, c));
+    EXPECT_EQ(full12.depthCode(), 48);
     EXPECT_EQ(wrong, 0);
 }
 

@@ -12,17 +12,14 @@ uint32_t swatch() { return static_cast<uint32_t>(SparkColor49.Color & 0xFFFFFFFF
 TEST_F(BridgeTest, RestartAndPreRollButtonsOfEveryPageSetTheirRequests)
 {
     SparkBoolean34.Value = 0;
-    SparkPushStruct* const buttons[4][3] = {{&SparkPush6, &SparkPush7, &SparkPush8},
-                                            {&SparkPush35, &SparkPush36, &SparkPush37},
-                                            {&SparkPush64, &SparkPush65, &SparkPush66},
-                                            {&SparkPush93, &SparkPush94, &SparkPush95}};
     const int restart[3] = {1, 1, 0}, preroll[3] = {0, 1, 1};
-    for (auto& page : buttons)
+    for (int first : {6, 35, 64, 93})
         for (int b = 0; b < 3; ++b) {
             Instance.restart_flag = Instance.preroll_flag = 0;
-            EXPECT_EQ(page[b]->Callback(1, info()), nullptr) << page[b]->Title;
-            EXPECT_EQ(Instance.restart_flag, restart[b]) << page[b]->Title;
-            EXPECT_EQ(Instance.preroll_flag, preroll[b]) << page[b]->Title;
+            const sparkhost::Control& c = *factory().find(sparkhost::ControlKind::Push, first + b);
+            EXPECT_EQ(factory().callback(c)(1, info()), nullptr) << c.number;
+            EXPECT_EQ(Instance.restart_flag, restart[b]) << c.number;
+            EXPECT_EQ(Instance.preroll_flag, preroll[b]) << c.number;
         }
     EXPECT_EQ(renders(), 0);
 }
@@ -33,7 +30,6 @@ TEST_F(BridgeTest, DisabledControlsRefuseEditsWithoutRenderingOrRedrawing)
     v.restart1.Disable(true);
     EXPECT_EQ(SparkPush6.Callback(1, info()), nullptr);
     EXPECT_EQ(Instance.restart_flag, 0);
-
     // A checkbox puts its previous state back on the panel.
     v.use_birth_matte.Disable(true);
     SparkBoolean20.Value = 1;
@@ -56,12 +52,26 @@ TEST_F(BridgeTest, DisabledControlsRefuseEditsWithoutRenderingOrRedrawing)
     EXPECT_EQ(SparkColor49.Callback(1, info()), nullptr);
     EXPECT_EQ(swatch(), 0xFFFFFFFFu);
     EXPECT_EQ(SparkFloat50.Callback(1, info()), nullptr);
+    EXPECT_EQ(renders() + redraws(), 0);
+}
 
-    EXPECT_EQ(renders(), 0);
-    EXPECT_EQ(redraws(), 0);
-    v.restart1.Disable(false);
-    v.use_birth_matte.Disable(false);
-    v.shape_colour.Disable(false);
+TEST_F(BridgeTest, CheckboxAndListEditsReapplyEveryShowHideRule)
+{
+    SparkBoolean34.Value = 0;
+    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105, 42, 59}) {
+        // Personal Space shown although Avoid Others is off: the full resync must hide it.
+        Instance.info.personal_space.Hide(false);
+        const bool list = n == 42 || n == 59;
+        const sparkhost::Control& c = *factory().find(
+            list ? sparkhost::ControlKind::List : sparkhost::ControlKind::Boolean, n);
+        factory().callback(c)(1, info());
+        EXPECT_FALSE(shown(82)) << n;
+        EXPECT_TRUE(list || updates(n) >= 1) << n;
+    }
+    // Numeric edits leave the rules alone.
+    Instance.info.personal_space.Hide(false);
+    SparkFloat43.Callback(1, info());
+    EXPECT_TRUE(shown(82));
 }
 
 TEST_F(BridgeTest, AutoPreviewAndReasonDecideBetweenRenderingAndRedrawing)
@@ -86,20 +96,20 @@ TEST_F(BridgeTest, AutoPreviewAndReasonDecideBetweenRenderingAndRedrawing)
     EXPECT_EQ(renders(), 3);
 }
 
-TEST_F(BridgeTest, SlidersBuildTheSwatchInBothDepthModes)
+TEST_F(BridgeTest, SwatchAndSlidersConvertInBothDepthModes)
 {
     SparkBoolean34.Value = 0;
-    // 8/10-bit: trunc(v * 2.551); 12-bit: trunc(v * 40.951) keeping bits 4 to 11.
-    struct Case {
+    // Sliders to swatch: 8/10-bit trunc(v * 2.551); 12-bit trunc(v * 40.951), bits 4 to 11.
+    const struct {
         bool twelve;
         float r, g, b;
         uint32_t packed;
-    } cases[] = {
-        {false, 50, 100, 0, 0xFF00FF7Fu},     // 127.55, 255.1, 0
+    } to_swatch[] = {
+        {false, 50, 100, 0, 0xFF00FF7Fu},       // 127.55, 255.1, 0
         {false, 0.2f, 33, 99.9f, 0xFFFE5400u},  // 0.51, 84.18, 254.84
-        {true, 50, 100, 10, 0xFF19FF7Fu},     // 2047 >> 4, 4095 >> 4, 409 >> 4
+        {true, 50, 100, 10, 0xFF19FF7Fu},       // 2047 >> 4, 4095 >> 4, 409 >> 4
     };
-    for (const Case& c : cases) {
+    for (const auto& c : to_swatch) {
         DLtwelveBit = c.twelve;
         SparkFloat50.Value = c.r;
         SparkFloat51.Value = c.g;
@@ -111,22 +121,17 @@ TEST_F(BridgeTest, SlidersBuildTheSwatchInBothDepthModes)
     // The effect's colour follows on the 15-bit scale: 127 -> 16256 | 63, 25 -> 3200 | 12.
     EXPECT_EQ(Instance.info.shape_colour.cache.r, 16319);
     EXPECT_EQ(Instance.info.shape_colour.cache.b, 3212);
-}
 
-TEST_F(BridgeTest, SwatchShowsWholePercentsOnTheSliders)
-{
-    SparkBoolean34.Value = 0;
-    SparkColor49.Color = 0xFF007FFFu;  // red 255, green 127, blue 0
-    GetShapeColCB(1, info());
-    EXPECT_EQ(SparkFloat50.Value, 100.0f);
-    EXPECT_EQ(SparkFloat51.Value, 49.0f);  // 127 / 2.55 = 49.8
-    EXPECT_EQ(SparkFloat52.Value, 0.0f);
-
-    DLtwelveBit = true;
-    GetShapeColCB(1, info());
-    EXPECT_EQ(SparkFloat50.Value, 99.0f);  // 4080 / 40.951 = 99.6
-    EXPECT_EQ(SparkFloat51.Value, 49.0f);  // 2032 / 40.951 = 49.6
-
+    // Swatch (255, 127, 0) to whole percents: / 2.55 gives 100, 49.8; * 16 / 40.951 gives
+    // 99.6, 49.6.
+    for (bool twelve : {false, true}) {
+        DLtwelveBit = twelve;
+        SparkColor49.Color = 0xFF007FFFu;
+        GetShapeColCB(1, info());
+        EXPECT_EQ(SparkFloat50.Value, twelve ? 99.0f : 100.0f);
+        EXPECT_EQ(SparkFloat51.Value, 49.0f);
+        EXPECT_EQ(SparkFloat52.Value, 0.0f);
+    }
     // Any other reason leaves the sliders alone.
     SparkColor49.Color = 0xFF000000u;
     GetShapeColCB(0, info());
@@ -142,9 +147,7 @@ TEST_F(BridgeTest, FrameCopyTakesHostValuesInTheEffectsUnits)
     SparkInt11.Value = 333;
     SparkFloat48.Value = -12.5f;
     SparkPup42.Value = 4;
-    SparkPup59.Value = 0;
     SparkBoolean71.Value = 0x100;  // only the low byte counts: off
-    SparkBoolean81.Value = 1;
     SparkColor49.Color = 0xFF007F80u;  // red 128, green 127, blue 0
     CopyControlValues();
 
@@ -156,9 +159,8 @@ TEST_F(BridgeTest, FrameCopyTakesHostValuesInTheEffectsUnits)
     EXPECT_EQ(v.vesk_size.cache, 333);
     EXPECT_DOUBLE_EQ(v.base_rotation.cache, -12.5);
     EXPECT_EQ(v.shape.cache, 5);
-    EXPECT_EQ(v.render_mode.cache, 1);
+    EXPECT_EQ(v.render_mode.cache, 2);
     EXPECT_FALSE(v.hunt_food.checked);
-    EXPECT_TRUE(v.avoid_others.checked);
     EXPECT_EQ(v.shape_colour.cache.r, 16448);  // 128 -> 64 | 16384
     EXPECT_EQ(v.shape_colour.cache.g, 16319);  // 127 -> 63 | 16256
     EXPECT_EQ(v.shape_colour.cache.b, 0);

@@ -43,7 +43,9 @@ TEST_F(EffectControlsTest, BehaviourSwitchesShowTheirSettingsOnlyWhileOn)
     // A hidden control keeps its value for when it is shown again.
     SparkBoolean21.Value = 1;
     edit(SparkBoolean20, 0);
+    EXPECT_EQ(state(SparkBoolean21), 1);
     edit(SparkBoolean20, 1);
+    CopyControlValues();
     EXPECT_TRUE(Instance.info.invert_birth_matte.checked);
 }
 

@@ -57,28 +57,25 @@ TEST_F(InputPagesTest, BlendActsOnlyWhenTheHostFlagIsOne)
     EXPECT_EQ(updates(27), 1);
 }
 
-// The effect controls of each page, which its Reset restores.
-const std::vector<std::string> kPageControls[4] = {
-    {"SparkInt9", "SparkInt11", "SparkInt12", "SparkFloat13", "SparkFloat14", "SparkFloat15",
-     "SparkBoolean20", "SparkBoolean21"},
-    {"SparkBoolean38", "SparkBoolean39", "SparkInt40", "SparkPup42", "SparkFloat43",
-     "SparkFloat44", "SparkFloat45", "SparkFloat46", "SparkBoolean47", "SparkFloat48",
-     "SparkColor49", "SparkFloat50", "SparkFloat51", "SparkFloat52", "SparkFloat53",
-     "SparkFloat54", "SparkBoolean55", "SparkPup59"},
-    {"SparkBoolean67", "SparkFloat68", "SparkFloat69", "SparkFloat70", "SparkBoolean71",
-     "SparkFloat72", "SparkFloat73", "SparkBoolean75", "SparkFloat76", "SparkFloat77",
-     "SparkBoolean78", "SparkFloat79", "SparkFloat80", "SparkBoolean81", "SparkFloat82",
-     "SparkBoolean83", "SparkFloat84"},
-    {"SparkBoolean101", "SparkBoolean102", "SparkBoolean103", "SparkBoolean104",
-     "SparkBoolean105"},
-};
-SparkPushStruct* const kResetButtons[4] = {&SparkPush32, &SparkPush61, &SparkPush90,
-                                           &SparkPush119};
+// The effect controls with a value on page p (1 to 4): the page's 29 places from
+// 6 + 29 (p - 1), up to the standard block at offset 21, and the render-mode list 59 that sits
+// beside that block on page 2.
+std::vector<const sparkhost::Control*> page_controls(int page)
+{
+    std::vector<const sparkhost::Control*> found;
+    const int first = 6 + 29 * (page - 1);
+    for (const sparkhost::Control& c : factory().controls()) {
+        const int offset = c.number - first;
+        if (offset >= 0 && (offset < 21 || c.number == 59) && offset < 29 &&
+            c.kind != sparkhost::ControlKind::Push && c.kind != sparkhost::ControlKind::UserFloat)
+            found.push_back(&c);
+    }
+    return found;
+}
 
 // Moves a record off its factory value (a checkbox flips, a list steps on, a number grows).
-void disturb(const std::string& name)
+void disturb(const sparkhost::Control& c)
 {
-    const sparkhost::Control& c = *factory().findRecord(name);
     switch (c.kind) {
     case sparkhost::ControlKind::Boolean: c.asBoolean()->Value ^= 1; break;
     case sparkhost::ControlKind::List: c.asList()->Value = c.asList()->Value == 1 ? 0 : 1; break;
@@ -90,20 +87,20 @@ void disturb(const std::string& name)
 
 TEST_F(InputPagesTest, EachResetRestoresItsOwnPageOnly)
 {
-    for (int page = 0; page < 4; ++page) {
-        SCOPED_TRACE(page + 1);
-        for (const auto& names : kPageControls)
-            for (const std::string& name : names) disturb(name);
+    EXPECT_EQ(page_controls(1).size() + page_controls(2).size() + page_controls(3).size() +
+                  page_controls(4).size(),
+              8u + 18u + 17u + 5u);
+    SparkPushStruct* const resets[4] = {&SparkPush32, &SparkPush61, &SparkPush90, &SparkPush119};
+    for (int page = 1; page <= 4; ++page) {
+        SCOPED_TRACE(page);
+        for (int p = 1; p <= 4; ++p)
+            for (const sparkhost::Control* c : page_controls(p)) disturb(*c);
         SparkPup120.Value = 2;
         SparkBoolean115.Value = 1;
-        EXPECT_NE(kResetButtons[page]->Callback(1, info()), nullptr);
-        for (int p = 0; p < 4; ++p)
-            for (const std::string& name : kPageControls[p]) {
-                if (p == page)
-                    EXPECT_EQ(value_of(name), value_of(name, true)) << name;
-                else
-                    EXPECT_NE(value_of(name), value_of(name, true)) << name;
-            }
+        EXPECT_NE(resets[page - 1]->Callback(1, info()), nullptr);
+        for (int p = 1; p <= 4; ++p)
+            for (const sparkhost::Control* c : page_controls(p))
+                EXPECT_EQ(value_of(*c) == value_of(*c, true), p == page) << c->record;
         // The standard controls are not reset.
         EXPECT_EQ(SparkPup120.Value, 2);
         EXPECT_EQ(state(SparkBoolean115), 1);

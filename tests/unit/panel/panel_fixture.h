@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cstdint>
 #include <string>
 
 #include "effect/Vesk.h"
@@ -44,20 +45,18 @@ inline void restore_factory_records()
 
 // A record's value as one number: checkbox state byte, list entry (from 0), packed colour word,
 // or the numeric value; `initial` reads the factory copy instead of the live record.
-inline double value_of(const std::string& name, bool initial = false)
+inline double value_of(const sparkhost::Control& c, bool initial = false)
 {
-    const sparkhost::Control* c = factory().findRecord(name);
-    if (c == nullptr) return -1e30;
-    const void* p = initial ? static_cast<const void*>(c->initial.data()) : c->address;
-    switch (c->kind) {
-    case sparkhost::ControlKind::Boolean: return static_cast<const SparkBooleanStruct*>(p)->Value & 0xFF;
-    case sparkhost::ControlKind::List: return static_cast<const SparkPupStruct*>(p)->Value;
-    case sparkhost::ControlKind::Colour:
-        return double(static_cast<const SparkColorStruct*>(p)->Color & 0xFFFFFFFFul);
-    case sparkhost::ControlKind::Int: return static_cast<const SparkIntStruct*>(p)->Value;
-    default: return static_cast<const SparkFloatStruct*>(p)->Value;
+    const void* p = initial ? static_cast<const void*>(c.initial.data()) : c.address;
+    switch (c.kind) {
+    case sparkhost::ControlKind::Boolean: return *static_cast<const int*>(p) & 0xFF;
+    case sparkhost::ControlKind::List: case sparkhost::ControlKind::Int:
+        return *static_cast<const int*>(p);
+    case sparkhost::ControlKind::Colour: return *static_cast<const uint32_t*>(p);
+    default: return *static_cast<const float*>(p);
     }
 }
+inline double value_of(const char* record) { return value_of(*factory().findRecord(record)); }
 
 class PanelTest : public ::testing::Test {
 protected:

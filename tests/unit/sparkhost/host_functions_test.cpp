@@ -113,7 +113,7 @@ void recordJob(unsigned long* sum, int tag, char* text) {
     int peak = gPeak.load();
     while (now > peak && !gPeak.compare_exchange_weak(peak, now)) {
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
     --gRunning;
     std::lock_guard<std::mutex> lock(gSeenMutex);
     gSeen.insert(offset / count);

@@ -4,6 +4,7 @@
 #include "sparkhost/lib/FrameRange.h"
 #include "sparkhost/lib/Keyframes.h"
 #include "sparkhost/lib/Names.h"
+#include "sparkhost/lib/Panel.h"
 #include "sparkhost/lib/SequencePattern.h"
 
 using namespace sparkhost;
@@ -117,4 +118,17 @@ TEST(Names, EditDistanceAndClosest) {
     closest = closestNames("sped", names, 2);
     EXPECT_EQ(closest[0], "Seed");   // one edit away, as Speed is: the first listed wins
     EXPECT_EQ(closest[1], "Speed");
+}
+
+TEST(Labels, FormatsAreFilledOnlyWhenTheyFitTheRecord) {
+    EXPECT_EQ(formatLabel("Vesk Size: %d", ControlKind::Int, 300, nullptr), "Vesk Size: 300");
+    EXPECT_EQ(formatLabel("Birth X: %.2f", ControlKind::Float, 84.0, nullptr), "Birth X: 84.00");
+    EXPECT_EQ(formatLabel("Level: %5.1f%%", ControlKind::Float, 12.25, nullptr), "Level:  12.2%");
+    EXPECT_EQ(formatLabel("100%% plain", ControlKind::Boolean, 0, nullptr), "100% plain");
+    EXPECT_EQ(formatLabel("%s", ControlKind::String, 0, "1: Background Clip"), "1: Background Clip");
+    // A conversion the record cannot feed is shown as written instead of being filled.
+    EXPECT_EQ(formatLabel("Name: %s", ControlKind::Int, 3, nullptr), "Name: %s");
+    EXPECT_EQ(formatLabel("Two: %d %d", ControlKind::Int, 3, nullptr), "Two: %d %d");
+    EXPECT_EQ(formatLabel("Long: %ld", ControlKind::Int, 3, nullptr), "Long: %ld");
+    EXPECT_EQ(formatLabel("Star: %*d", ControlKind::Int, 3, nullptr), "Star: %*d");
 }

@@ -1,8 +1,6 @@
 // The particle set's storage, the copy of the controls into it, and the random source.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "host/ControlTable.h"
 #include "swarm_env.h"
 
@@ -50,21 +48,6 @@ TEST(PartSet, CreateChainsTheFreeListAndAllocGrowsByWholeBlocks) {
     }
     EXPECT_EQ(s->block_count, 2);
     v.part_set_destroy(s);
-}
-
-TEST(PartSet, The1025thParticleOfTheEffectOpensASecondBlock) {
-    ResetEffect();
-    tagPARTSET* s = Instance.set;
-    int blocks_before = s->block_count;
-    // The pool never shrinks, so only check growth when this process has not grown it yet.
-    if (blocks_before == 1) {
-        for (int i = 0; i < 1025; ++i) AddParticle(0.5f, 0.5f);
-        EXPECT_EQ(s->block_count, 2);
-        Instance.part_set_free_all(s);
-        for (int i = 0; i < 1025; ++i) AddParticle(0.5f, 0.5f);
-        EXPECT_EQ(s->block_count, 2);
-    }
-    Instance.part_set_free_all(s);
 }
 
 TEST(PartInfo, ControlValuesArriveWithTheirFixedDivisors) {

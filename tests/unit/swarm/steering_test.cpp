@@ -159,7 +159,7 @@ TEST(Steering, TheFirstTermToPassTheLimitEndsTheSum) {
     EXPECT_NEAR(p->acc[1], t * t, 1e-3);
 }
 
-TEST(Steering, ZeroLimitPredatorOnTheParticleAndFoodWithinItsComfortRadius) {
+TEST(Steering, ZeroLimitCoastsAndFoodWithinItsComfortRadiusDoesNotPull) {
     tagPARTSET* s = QuietSet();
     s->hunt_food = 1.0f;
     s->food_x = 0.9f;
@@ -169,16 +169,6 @@ TEST(Steering, ZeroLimitPredatorOnTheParticleAndFoodWithinItsComfortRadius) {
     Instance.calc_vesk();
     EXPECT_EQ(a->acc[0], 0.0f);
     EXPECT_EQ(a->acc[1], 0.0f);
-
-    s = QuietSet();
-    s->avoid_predator = 1;
-    s->predator_x = 0.4f;
-    s->predator_y = 0.4f;
-    s->predator_fear = 0.5f;
-    tagPART* on = AddParticle(0.4f, 0.4f);
-    Instance.calc_vesk();
-    EXPECT_EQ(on->acc[0], 0.0f);
-    EXPECT_EQ(on->acc[1], 0.0f);
 
     s = QuietSet();
     s->hunt_food = 1.0f;
