@@ -189,10 +189,12 @@ tagPOS Vesk::calc_avoid(tagPART* p) {
     float t = (s->avoid_sides - r) / s->avoid_sides;
     if (t < 0.0f) t = 0.0f;
     // Scaled by the pre-roll count: the push nearly always saturates the acceleration
-    // limit, which is how obstacles have always been kept clear.
-    float k = t * t * (float)s->preroll;
-    push.x = vx * k;
-    push.y = vy * k;
+    // limit, which is how obstacles have always been kept clear. The direction takes the
+    // weight first and the count second; grouping the two factors first rounds differently.
+    float w = t * t;
+    float pre = (float)s->preroll;
+    push.x = vx * w * pre;
+    push.y = vy * w * pre;
     return push;
 }
 
@@ -336,9 +338,11 @@ int Vesk::calc_vesk() {
         // Square of the farthest kept distance, exact in double. A candidate whose squared
         // distance reaches it cannot be strictly nearer after the square root either (the
         // rounded root of a value at or above t * t is at least t), so most candidates are
-        // rejected without a root and the result is the same as comparing roots. Candidates
-        // are screened eight at a time against a float bound a little above that square;
-        // the kept distance only shrinks, so a screened-out group stays out.
+        // rejected without a root and the result is the same as comparing roots. A value just
+        // below t * t whose root rounds up to t is compared by that root, so it ties with the
+        // farthest kept neighbour and is not taken. Candidates are screened eight at a time
+        // against a float bound a little above that square; the kept distance only shrinks,
+        // so a screened-out group stays out.
         double far2 = (double)table[0].dist * (double)table[0].dist;
         float screen = std::nextafter((float)far2, INFINITY);
         for (int j0 = 0; j0 < n; j0 += SCREEN_GROUP) {

@@ -6,9 +6,10 @@
 #include <link.h>
 
 #include <cstdio>
-#include <initializer_list>
+#include <cstring>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -99,49 +100,47 @@ std::vector<std::string> panel_rows()
 // The same description of a loaded record, without its callback.
 std::string describe(const sparkhost::Control& c)
 {
-    auto join = [](std::initializer_list<double> values) {
-        std::string text;
-        char n[32];
-        for (double v : values) {
-            std::snprintf(n, sizeof n, "|%g", v);
-            text += n;
-        }
-        return text;
-    };
-    const std::string kind = c.record.substr(5) + "|";
+    char t[512];
+    const char* kind = c.record.c_str() + 5;
     switch (c.kind) {
-    case sparkhost::ControlKind::String:
-        return kind + c.asString()->Title + "|" + c.asString()->Value + "|||" +
-               join({double(c.asString()->Flags)});
-    case sparkhost::ControlKind::Push: return kind + c.asPush()->Title + "|||||";
+    case sparkhost::ControlKind::String: {
+        const SparkStringStruct* r = c.asString();
+        std::snprintf(t, sizeof t, "%s|%s|%s||||%u", kind, r->Title, r->Value, r->Flags);
+        break;
+    }
+    case sparkhost::ControlKind::Push:
+        std::snprintf(t, sizeof t, "%s|%s|||||", kind, c.asPush()->Title);
+        break;
     case sparkhost::ControlKind::Boolean: {
-        const SparkBooleanStruct* b = c.asBoolean();
-        return kind + b->Title + join({double(b->Value)}) + "|||" + join({double(b->Flags)});
+        const SparkBooleanStruct* r = c.asBoolean();
+        std::snprintf(t, sizeof t, "%s|%s|%d||||%d", kind, r->Title, r->Value, r->Flags);
+        break;
     }
     case sparkhost::ControlKind::Int: {
-        const SparkIntStruct* i = c.asInt();
-        return kind + i->Title +
-               join({double(i->Value), double(i->Min), i->Max + 0.0, i->Increment + 0.0,
-                     double(i->Flags)});
+        const SparkIntStruct* r = c.asInt();
+        std::snprintf(t, sizeof t, "%s|%s|%d|%d|%d|%d|%u", kind, r->Title, r->Value, r->Min,
+                      r->Max, r->Increment, r->Flags);
+        break;
     }
+    case sparkhost::ControlKind::Colour:
+        std::snprintf(t, sizeof t, "%s||0x%08lX||||", kind, c.asColour()->Color);
+        break;
     case sparkhost::ControlKind::List: {
-        const SparkPupStruct* l = c.asList();
+        const SparkPupStruct* r = c.asList();
         std::string titles;
         for (int i = 0; i < SPARK_PUP_MAX_TITLES; ++i)
-            if (i < l->TitleCount || l->Titles[i] != nullptr)
-                titles += (i > 0 ? ";" : "") + std::string(l->Titles[i] ? l->Titles[i] : "(null)");
-        return kind + titles + join({double(l->Value)}) + "||||";
-    }
-    case sparkhost::ControlKind::Colour: {
-        char colour[24];
-        std::snprintf(colour, sizeof colour, "|0x%08lX", c.asColour()->Color);
-        return kind + colour + "||||";
+            if (i < r->TitleCount || r->Titles[i] != nullptr)
+                titles += (i > 0 ? ";" : "") + std::string(r->Titles[i] ? r->Titles[i] : "(null)");
+        std::snprintf(t, sizeof t, "%s|%s|%d||||", kind, titles.c_str(), r->Value);
+        break;
     }
     default: {
-        const SparkFloatStruct* f = c.asFloat();
-        return kind + f->Title + join({f->Value, f->Min, f->Max, f->Increment, double(f->Flags)});
+        const SparkFloatStruct* r = c.asFloat();
+        std::snprintf(t, sizeof t, "%s|%s|%g|%g|%g|%g|%u", kind, r->Title, r->Value, r->Min,
+                      r->Max, r->Increment, r->Flags);
     }
     }
+    return t;
 }
 
 class PanelRecordsTest : public ::testing::Test {
@@ -201,45 +200,43 @@ size_t symbol_size(const void* address)
 
 TEST_F(PanelRecordsTest, AuxRecordsCarryTheirControlsRangesAndSizes)
 {
-    // Name, size, leading fields as floats or ints (the rest of the record is zero).
-    const struct {
-        const char* name;
-        size_t size;
-        std::vector<float> floats;
-        std::vector<int> ints;
-    } aux[] = {
-        {"Integer9", 1036, {}, {1, 1000}},      {"Integer11", 1036, {}, {1, 5000}},
-        {"Integer12", 1036, {}, {1, 999}},      {"Integer40", 1036, {}, {1, 10000}},
-        {"Position13", 1044, {-150, 250, -150, 250}, {}},
-        {"Position68", 1044, {-150, 250, -150, 250}, {}},
-        {"Position72", 1044, {-150, 250, -150, 250}, {}},
-        {"Size15", 1036, {0, 200}, {}},         {"Angle48", 1036, {-360, 360}, {}},
-        {"Float43", 1036, {1, 100}, {}},        {"Float44", 1036, {1, 100}, {}},
-        {"Float45", 1036, {0, 100}, {}},        {"Float46", 1036, {1, 100}, {}},
-        {"Float53", 1036, {0, 100}, {}},        {"Float54", 1036, {0, 100}, {}},
-        {"Float70", 1036, {1, 100}, {}},        {"Float76", 1036, {1, 100}, {}},
-        {"Float77", 1036, {1, 100}, {}},        {"Float79", 1036, {0, 100}, {}},
-        {"Float80", 1036, {0, 100}, {}},        {"Float82", 1036, {1, 100}, {}},
-        {"Float84", 1036, {0, 100}, {}},        {"Colour49", 1040, {}, {-1, 0}},
-        {"List42", 1200, {}, {0, 9}},           {"List59", 1200, {}, {1, 2}},
-    };
-    auto zero_from = [](const unsigned char* p, size_t from, size_t size) {
-        for (size_t i = from; i < size; ++i)
-            if (p[i] != 0) return false;
-        return true;
-    };
-    for (const auto& a : aux) {
-        SCOPED_TRACE(a.name);
-        const auto* p = static_cast<const unsigned char*>(plugin.symbol(("AuxQ4" + std::string(a.name)).c_str()));
-        ASSERT_NE(p, nullptr);
-        EXPECT_EQ(symbol_size(p), a.size);
-        for (size_t i = 0; i < a.floats.size(); ++i)
-            EXPECT_EQ(reinterpret_cast<const float*>(p)[i], a.floats[i]);
-        for (size_t i = 0; i < a.ints.size(); ++i)
-            EXPECT_EQ(reinterpret_cast<const int*>(p)[i], a.ints[i]);
-        if (std::string(a.name).rfind("List", 0) != 0) {
-            EXPECT_TRUE(zero_from(p, 4 * (a.floats.size() + a.ints.size()), a.size));
+    // Kind and control number, then the leading fields; every byte after them is zero.
+    std::vector<std::string> aux = {
+        "Integer9 1 1000", "Integer11 1 5000", "Integer12 1 999", "Integer40 1 10000",
+        "Position13 -150 250 -150 250", "Position68 -150 250 -150 250",
+        "Position72 -150 250 -150 250", "Size15 0 200", "Angle48 -360 360", "Float43 1 100",
+        "Float44 1 100", "Float45 0 100", "Float46 1 100", "Float53 0 100", "Float54 0 100",
+        "Float70 1 100", "Float76 1 100", "Float77 1 100", "Float79 0 100", "Float80 0 100",
+        "Float82 1 100", "Float84 0 100", "Colour49 -1 0", "List42 0 9", "List59 1 2"};
+    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105})
+        aux.push_back("Checkbox" + std::to_string(n));
+    const std::map<std::string, size_t> sizes = {
+        {"Integer", 1036}, {"Float", 1036}, {"Size", 1036},  {"Angle", 1036},
+        {"Position", 1044}, {"Colour", 1040}, {"List", 1200}, {"Checkbox", 2528}};
+    for (const std::string& row : aux) {
+        std::istringstream in(row);
+        std::string name;
+        in >> name;
+        const std::string kind = name.substr(0, name.find_first_of("0123456789"));
+        const bool ints = kind == "Integer" || kind == "Colour" || kind == "List";
+        const auto* p = static_cast<const unsigned char*>(plugin.symbol(("AuxQ4" + name).c_str()));
+        ASSERT_NE(p, nullptr) << name;
+        EXPECT_EQ(symbol_size(p), sizes.at(kind)) << name;
+        size_t offset = 0;
+        for (double v; in >> v; offset += 4) {
+            int i;
+            float f;
+            std::memcpy(&i, p + offset, 4);
+            std::memcpy(&f, p + offset, 4);
+            EXPECT_EQ(ints ? double(i) : double(f), v) << name << " at " << offset;
         }
+        // A list's entry titles follow its two words.
+        const size_t end = kind == "List" ? 0 : sizes.at(kind);
+        for (size_t b = offset; b < end; ++b)
+            if (p[b] != 0) {
+                ADD_FAILURE() << name << " byte " << b;
+                break;
+            }
     }
     // The framework's list entries are the host's without their "Shape: " / "Render Mode: ".
     for (int n : {42, 59}) {
@@ -251,13 +248,6 @@ TEST_F(PanelRecordsTest, AuxRecordsCarryTheirControlsRangesAndSizes)
             const std::string full = host_list->Titles[i];
             EXPECT_STREQ(entries[i], full.substr(full.find(": ") + 2).c_str()) << n;
         }
-    }
-    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105}) {
-        const std::string name = "AuxQ4Checkbox" + std::to_string(n);
-        const auto* p = static_cast<const unsigned char*>(plugin.symbol(name.c_str()));
-        ASSERT_NE(p, nullptr) << name;
-        EXPECT_EQ(symbol_size(p), 2528u) << name;
-        EXPECT_TRUE(zero_from(p, 0, 2528)) << name;
     }
 }
 

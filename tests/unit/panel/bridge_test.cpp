@@ -58,7 +58,8 @@ TEST_F(BridgeTest, DisabledControlsRefuseEditsWithoutRenderingOrRedrawing)
 TEST_F(BridgeTest, CheckboxAndListEditsReapplyEveryShowHideRule)
 {
     SparkBoolean34.Value = 0;
-    for (int n : {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105, 42, 59}) {
+    for (int n :
+         {20, 21, 38, 39, 47, 55, 67, 71, 75, 78, 81, 83, 101, 102, 103, 104, 105, 42, 59}) {
         // Personal Space shown although Avoid Others is off: the full resync must hide it.
         Instance.info.personal_space.Hide(false);
         const bool list = n == 42 || n == 59;

@@ -43,7 +43,8 @@ TEST_F(ChannelsTest, ImportButtonLoadsKeysUntilABrokenBlock)
 
 TEST_F(ChannelsTest, HeaderDecidesWhetherTheFileIsReadAtAll)
 {
-    import(write("empty.key", "Channel Amplitude 1:\n\tSize 0\n\tKey 1\n\t\tFrame 1\n\t\tValue 2\n\t\tEnd\n"));
+    import(write("empty.key",
+                 "Channel Amplitude 1:\n\tSize 0\n\tKey 1\n\t\tFrame 1\n\t\tValue 2\n\t\tEnd\n"));
     EXPECT_TRUE(amplitude() == nullptr || amplitude()->empty());
     EXPECT_EQ(messages(), "");
     EXPECT_EQ(sparkhost::pauseCount(), 0);
@@ -103,10 +104,8 @@ TEST_F(HelpTest, CommandLineFromDefaultsAndFromTheEnvironment)
         {".a.b", ".a"},       {"plain", "plain"}};
     for (const auto& t : topics)
         EXPECT_EQ(help_command(t.first), head + t.second + ".htm &") << t.first;
-}
 
-TEST_F(HelpTest, HelpButtonStartsTheBrowserQuietly)
-{
+    // A browser that starts is no failure, so the button reports nothing.
     sparkhost::Host host;
     host.setEcho(false);
     setenv("Q4_HELP_BROWSER", "true", 1);

@@ -105,7 +105,7 @@ TEST_F(EffectControlsTest, SimpleFoodHuntSetsEveryValueAndLeavesTheSwitches)
     SparkPush100.Callback(1, info());
 
     for (const auto& e : kSimpleFoodHunt)
-        EXPECT_NEAR(value_of(e.record), e.value, 1e-4) << e.record;
+        EXPECT_NEAR(value_of(*factory().findRecord(e.record)), e.value, 1e-4) << e.record;
     // The effect takes the preset at once: Five Point Star is value 6, 1650 as given.
     EXPECT_EQ(Instance.info.shape.cache, 6);
     EXPECT_EQ(Instance.info.seed.cache, 1650);
@@ -116,21 +116,16 @@ TEST_F(EffectControlsTest, SimpleFoodHuntSetsEveryValueAndLeavesTheSwitches)
 
 TEST_F(EffectControlsTest, AddSwitchesTurnTheirBehavioursOnAndOff)
 {
-    const struct {
-        SparkBooleanStruct* add;
-        SparkBooleanStruct* behaviour;
-    } pairs[] = {
-        {&SparkBoolean101, &SparkBoolean67},  // Add Predator -> Avoid Predator
-        {&SparkBoolean102, &SparkBoolean47},  // Add Living Rotate -> Living Rotate
-        {&SparkBoolean103, &SparkBoolean81},  // Add Personal Space -> Avoid Others
-        {&SparkBoolean104, &SparkBoolean83},  // Add Vesk Centring -> Vesk Gathering
-        {&SparkBoolean105, &SparkBoolean78},  // Add Match Velocity -> Match Velocity
-    };
+    // Add Predator -> Avoid Predator, Add Living Rotate -> Living Rotate, Add Personal Space ->
+    // Avoid Others, Add Vesk Centring -> Vesk Gathering, Add Match Velocity -> Match Velocity.
+    const std::pair<int, int> pairs[] = {{101, 67}, {102, 47}, {103, 81}, {104, 83}, {105, 78}};
     for (const auto& p : pairs) {
-        edit(*p.add, 1);
-        EXPECT_EQ(state(*p.behaviour), 1) << p.add->Title;
-        edit(*p.add, 0);
-        EXPECT_EQ(state(*p.behaviour), 0) << p.add->Title;
+        auto* add = factory().find(sparkhost::ControlKind::Boolean, p.first)->asBoolean();
+        auto* behaviour = factory().find(sparkhost::ControlKind::Boolean, p.second)->asBoolean();
+        edit(*add, 1);
+        EXPECT_EQ(state(*behaviour), 1) << p.first;
+        edit(*add, 0);
+        EXPECT_EQ(state(*behaviour), 0) << p.first;
     }
     // The full resync after a switch shows what the behaviour needs.
     edit(SparkBoolean101, 1);

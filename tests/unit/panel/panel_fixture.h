@@ -56,7 +56,6 @@ inline double value_of(const sparkhost::Control& c, bool initial = false)
     default: return *static_cast<const float*>(p);
     }
 }
-inline double value_of(const char* record) { return value_of(*factory().findRecord(record)); }
 
 class PanelTest : public ::testing::Test {
 protected:

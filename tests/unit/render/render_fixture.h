@@ -22,6 +22,12 @@ struct Pt {
     double x, y;
 };
 
+inline void FillImage(ImageQ4* img, PixelQ4 v)
+{
+    for (int y = 0; y < img->height; ++y)
+        for (int x = 0; x < img->width; ++x) img->rows[y][x] = v;
+}
+
 class RenderTest : public ::testing::Test {
 protected:
     static constexpr int kW = 32;
@@ -29,14 +35,14 @@ protected:
 
     void SetUp() override { Wire(kW, kH); }
 
+    // The images belong to the test, not to the set.
     void TearDown() override
     {
         tagPARTSET* s = vesk->set;
-        for (int i = 0; i < 4; ++i) s->work[i] = nullptr;
-        s->source2 = s->source3 = s->result = nullptr;
+        s->work[0] = s->work[1] = s->work[2] = s->work[3] = s->source2 = s->source3 = s->result = nullptr;
         s->live_list = nullptr;
         s->live_count = 0;
-        for (int i = 0; i < PART_BAND_SLOTS; ++i) s->band_start[i] = nullptr;
+        std::fill(s->band_start, s->band_start + PART_BAND_SLOTS, nullptr);
     }
 
     void Wire(int w, int h)
@@ -50,15 +56,12 @@ protected:
         s->source3 = Blank(w, h);
         s->result = Blank(w, h);
         s->density = 1.0f;
-        s->shapes_over_cols = 0;
+        s->shapes_over_cols = s->living_rotate = s->single_band = 0;
         s->star_sharpness = 0.5f;
         s->base_rotation = 0.0f;
-        s->living_rotate = 0;
         s->shape = 1;
-        s->single_band = 0;
         vesk->bands = 1;
-        vesk->pixel_ratio = 1.0;
-        vesk->lump_param = 1.0;
+        vesk->pixel_ratio = vesk->lump_param = 1.0;
     }
 
     ImageQ4* Blank(int w, int h)
@@ -73,19 +76,14 @@ protected:
     static tagPART Particle(float r, float g, float b)
     {
         tagPART p{};
-        p.colour[0] = r;
-        p.colour[1] = g;
-        p.colour[2] = b;
+        p.colour[0] = r, p.colour[1] = g, p.colour[2] = b;
         return p;
     }
 
     static void ExpectPixel(const ImageQ4* img, int x, int y, int r, int g, int b, int a)
     {
         const PixelQ4& p = img->rows[y][x];
-        EXPECT_EQ(p.r, r) << "red at " << x << "," << y;
-        EXPECT_EQ(p.g, g) << "green at " << x << "," << y;
-        EXPECT_EQ(p.b, b) << "blue at " << x << "," << y;
-        EXPECT_EQ(p.a, a) << "alpha at " << x << "," << y;
+        EXPECT_EQ((std::vector<int>{p.r, p.g, p.b, p.a}), (std::vector<int>{r, g, b, a})) << "at " << x << "," << y;
     }
 
     static bool IsClear(const ImageQ4* img)
@@ -97,100 +95,73 @@ protected:
         return true;
     }
 
-    // Samples of the polygon (vertices in output pixels) in a mask of the renderer's layout.
-    struct Mask {
-        int xmin = 0, ymin = 0, w = 0, h = 0;
-        std::vector<int> cells;
-    };
-
-    static Mask ReferenceMask(const std::vector<Pt>& pixels)
+    // Expected layer after drawing the polygon (vertices in output pixels) in a solid colour over
+    // `start`, at density 1. Samples are found by crossing every edge with the sample height,
+    // not by the renderer's active edge list.
+    static std::vector<PixelQ4> ReferenceLayer(const std::vector<Pt>& pixels, const float colour[3],
+                                               const ImageQ4* start)
     {
         std::vector<float> X, Y;
         for (const Pt& p : pixels) {
             X.push_back((float)p.x * 8.0f);
             Y.push_back((float)p.y * 8.0f);
         }
-        Mask m;
-        m.xmin = (int)std::ceil((double)*std::min_element(X.begin(), X.end()) - 0.5);
+        const int xmin = (int)std::ceil((double)*std::min_element(X.begin(), X.end()) - 0.5);
         const int xmax = (int)std::floor((double)*std::max_element(X.begin(), X.end()) - 0.5);
-        m.ymin = (int)std::ceil((double)*std::min_element(Y.begin(), Y.end()) - 0.5);
+        const int ymin = (int)std::ceil((double)*std::min_element(Y.begin(), Y.end()) - 0.5);
         const int ymax = (int)std::floor((double)*std::max_element(Y.begin(), Y.end()) - 0.5);
-        m.w = xmax - m.xmin;
-        m.h = ymax - m.ymin;
-        const long long size = (long long)m.w * m.h;
-        m.cells.assign(size > 0 ? (size_t)size : 0, 0);
+        const int w = xmax - xmin, h = ymax - ymin;
+        const long long size = (long long)w * h;
+        std::vector<int> mask(size > 0 ? (size_t)size : 0, 0);
         const size_t n = X.size();
-        for (int sy = m.ymin; sy <= ymax; ++sy) {
+        for (int sy = ymin; sy <= ymax; ++sy) {
             const double yc = sy + 0.5;
             std::vector<double> xs;
             for (size_t i = 0; i < n; ++i) {
                 const size_t j = (i + 1) % n;
-                const size_t top = Y[i] < Y[j] ? i : j;
-                const size_t bot = top == i ? j : i;
+                const size_t top = Y[i] < Y[j] ? i : j, bot = top == i ? j : i;
                 if (!(Y[top] <= yc && yc < Y[bot])) continue;
                 const float slope = (X[bot] - X[top]) / (Y[bot] - Y[top]);
                 xs.push_back((double)slope * (yc - Y[top]) + X[top]);
             }
             std::sort(xs.begin(), xs.end());
-            for (size_t k = 0; k + 1 < xs.size(); k += 2) {
-                const int xl = (int)std::ceil(xs[k] - 0.5);
-                const int xr = (int)std::floor(xs[k + 1] - 0.5);
-                for (int sx = xl; sx <= xr; ++sx) {
-                    const long long idx = (long long)(sy - m.ymin) * m.w + (sx - m.xmin);
-                    if (idx >= 0 && idx < size) m.cells[(size_t)idx] = 1;
+            for (size_t k = 0; k + 1 < xs.size(); k += 2)
+                for (int sx = (int)std::ceil(xs[k] - 0.5); sx <= (int)std::floor(xs[k + 1] - 0.5); ++sx) {
+                    const long long idx = (long long)(sy - ymin) * w + (sx - xmin);
+                    if (idx >= 0 && idx < size) mask[(size_t)idx] = 1;
                 }
-            }
         }
-        return m;
-    }
-
-    // Expected layer after drawing the polygon in a solid colour over `start` (the layer as it
-    // was), with the set's density.
-    std::vector<PixelQ4> ReferenceLayer(const std::vector<Pt>& pixels, const float colour[3],
-                                        const ImageQ4* start, float density)
-    {
         const int W = start->width, H = start->height;
         std::vector<PixelQ4> out(start->pixels, start->pixels + (size_t)W * H);
-        const Mask m = ReferenceMask(pixels);
-        const int bw = m.w / 8, bh = m.h / 8;
-        const int ox = m.xmin / 8, oy = m.ymin / 8;
-        for (int r = 0; r < bh; ++r) {
-            for (int c = 0; c < bw; ++c) {
-                const int X = ox + c, Y = oy + r;
-                if (X < 0 || Y < 0 || X >= W || Y >= H) continue;
+        for (int r = 0; r < h / 8; ++r)
+            for (int c = 0; c < w / 8; ++c) {
+                const int px = xmin / 8 + c, py = ymin / 8 + r;
+                if (px < 0 || py < 0 || px >= W || py >= H) continue;
                 int sum = 0;
                 for (int dy = 0; dy < 8; ++dy)
-                    for (int dx = 0; dx < 8; ++dx) sum += m.cells[(size_t)((8 * r + dy) * m.w + 8 * c + dx)];
-                const int a = (int)((float)sum / 64.0f * 32768.0f * density);
-                PixelQ4& d = out[(size_t)Y * W + X];
+                    for (int dx = 0; dx < 8; ++dx) sum += mask[(size_t)((8 * r + dy) * w + 8 * c + dx)];
+                const long long a = sum * 512;  // 64 samples make 32768
+                PixelQ4& d = out[(size_t)py * W + px];
                 auto mix = [&](long long col, long long dst) {
-                    long long v = (col * a + dst * (32768 - a)) >> 15;
-                    return (unsigned short)std::min<long long>(32767, std::max<long long>(0, v));
+                    return (unsigned short)std::min<long long>(32767, (col * a + dst * (32768 - a)) >> 15);
                 };
-                d.r = mix((int)colour[0], d.r);
-                d.g = mix((int)colour[1], d.g);
-                d.b = mix((int)colour[2], d.b);
-                d.a = mix(32767, d.a);
+                d = PixelQ4(mix((int)colour[0], d.r), mix((int)colour[1], d.g), mix((int)colour[2], d.b),
+                            mix(32767, d.a));
             }
-        }
         return out;
     }
 
-    void ExpectLayer(const ImageQ4* img, const std::vector<PixelQ4>& want)
+    static void ExpectLayer(const ImageQ4* img, const std::vector<PixelQ4>& want)
     {
         int mismatches = 0;
-        for (int y = 0; y < img->height; ++y) {
-            for (int x = 0; x < img->width; ++x) {
-                const PixelQ4& got = img->rows[y][x];
-                const PixelQ4& w = want[(size_t)y * img->width + x];
+        for (int y = 0; y < img->height; ++y)
+            for (int x = 0; x < img->width; ++x)
                 for (int c = 0; c < 4; ++c) {
-                    if (got.c[c] != w.c[c] && ++mismatches <= 8) {
-                        ADD_FAILURE() << "pixel " << x << "," << y << " channel " << c << ": got "
-                                      << got.c[c] << ", want " << w.c[c];
-                    }
+                    const int got = img->rows[y][x].c[c], w = want[(size_t)y * img->width + x].c[c];
+                    if (got != w && ++mismatches <= 8)
+                        ADD_FAILURE() << "pixel " << x << "," << y << " channel " << c << ": got " << got
+                                      << ", want " << w;
                 }
-            }
-        }
         EXPECT_EQ(mismatches, 0);
     }
 

@@ -9,32 +9,19 @@ using namespace sparkhost;
 
 TEST(Curve, LinearBetweenKeysFlatOutside) {
     Curve c;
-    c.setKey(10, 100.0f);
-    c.setKey(20, 300.0f);
-    c.setKey(40, -100.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(0), 100.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(10), 100.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(15), 200.0f);          // half way from 100 to 300
-    EXPECT_FLOAT_EQ(c.valueAt(12.5), 150.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(20), 300.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(30), 100.0f);          // half way from 300 to -100
-    EXPECT_FLOAT_EQ(c.valueAt(39), 300.0f - 400.0f * 19.0f / 20.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(40), -100.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(1000), -100.0f);
-    // A key set again replaces the old one.
-    c.setKey(20, 100.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(15), 100.0f);
-    EXPECT_EQ(c.size(), 3u);
-}
-
-TEST(Curve, FractionalFramesJustBelowAKey) {
-    Curve c;
+    c.setKey(20, 300.0f);   // keys set out of order are still read in frame order
     c.setKey(1, 0.0f);
     c.setKey(2, 10.0f);
-    c.setKey(3, 30.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(1.9), 9.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(2.5), 20.0f);
-    EXPECT_FLOAT_EQ(c.valueAt(-3.5), 0.0f);
+    c.setKey(40, -100.0f);
+    const std::pair<double, float> at[] = {
+        {-3.5, 0.0f}, {1, 0.0f}, {1.9, 9.0f}, {2, 10.0f},
+        {11, 10.0f + 290.0f * 9.0f / 18.0f}, {30, 100.0f},   // half way from 300 to -100
+        {39, 300.0f - 400.0f * 19.0f / 20.0f}, {40, -100.0f}, {1000, -100.0f}};
+    for (const auto& [frame, value] : at) EXPECT_FLOAT_EQ(c.valueAt(frame), value) << frame;
+    // A key set again replaces the old one.
+    c.setKey(20, 100.0f);
+    EXPECT_FLOAT_EQ(c.valueAt(11), 10.0f + 90.0f * 9.0f / 18.0f);
+    EXPECT_EQ(c.size(), 4u);
 }
 
 TEST(Curve, HostChannelsThroughTheSparkFunctions) {

@@ -9,27 +9,17 @@
 
 using namespace sparkhost;
 
-TEST(FrameRange, CompositorForms) {
-    std::vector<int> f;
-    std::string error;
-    ASSERT_TRUE(parseFrameRange("12", &f, &error)) << error;
-    EXPECT_EQ(f, std::vector<int>({12}));
-    ASSERT_TRUE(parseFrameRange("1-5", &f, &error));
-    EXPECT_EQ(f, std::vector<int>({1, 2, 3, 4, 5}));
+TEST(FrameRange, CompositorFormsAndRefusals) {
     // A step keeps the first frame and never passes the last one.
-    ASSERT_TRUE(parseFrameRange("1-10x3", &f, &error));
-    EXPECT_EQ(f, std::vector<int>({1, 4, 7, 10}));
-    ASSERT_TRUE(parseFrameRange("1-9x4", &f, &error));
-    EXPECT_EQ(f, std::vector<int>({1, 5, 9}));
-    ASSERT_TRUE(parseFrameRange(" 0-2, 7 ,20-24x2", &f, &error));
-    EXPECT_EQ(f, std::vector<int>({0, 1, 2, 7, 20, 22, 24}));
-    ASSERT_TRUE(parseFrameRange("5-5", &f, &error));
-    EXPECT_EQ(f, std::vector<int>({5}));
-}
-
-TEST(FrameRange, RefusesWhatIsNotARange) {
+    const std::pair<const char*, std::vector<int>> good[] = {
+        {"12", {12}}, {"1-5", {1, 2, 3, 4, 5}}, {"1-10x3", {1, 4, 7, 10}}, {"1-9x4", {1, 5, 9}},
+        {" 0-2, 7 ,20-24x2", {0, 1, 2, 7, 20, 22, 24}}, {"5-5", {5}}};
     std::vector<int> f;
     std::string error;
+    for (const auto& [text, frames] : good) {
+        ASSERT_TRUE(parseFrameRange(text, &f, &error)) << text << ": " << error;
+        EXPECT_EQ(f, frames) << text;
+    }
     for (const char* bad : {"", "a", "10-1", "1-10x0", "1-10x", "-5", "1-", "1,,2", "3x2", "1.5", "1-10y2"}) {
         EXPECT_FALSE(parseFrameRange(bad, &f, &error)) << bad;
         EXPECT_TRUE(f.empty()) << bad;
@@ -37,67 +27,42 @@ TEST(FrameRange, RefusesWhatIsNotARange) {
     }
 }
 
-TEST(SequencePattern, HashesAndPrintfFormsGiveTheSameFiles) {
-    SequencePattern hashes, printf4, plain;
+TEST(SequencePattern, FramesFillTheNumberedPartOnly) {
+    // Hashes and printf forms give the same files; frames wider than the padding keep every
+    // digit; a '#' in a folder name belongs to the folder; a still names one file for every frame.
+    const struct {
+        const char* pattern;
+        int frame;
+        const char* path;
+    } cases[] = {{"out/swarm.####.exr", 7, "out/swarm.0007.exr"},
+                 {"out/swarm.%04d.exr", 7, "out/swarm.0007.exr"},
+                 {"out/swarm.####.exr", 123456, "out/swarm.123456.exr"},
+                 {"plate.%d.png", 42, "plate.42.png"},
+                 {"a#.tif", 3, "a3.tif"},
+                 {"take#2/frame.##.png", 5, "take#2/frame.05.png"},
+                 {"backdrop.png", 500, "backdrop.png"}};
     std::string error;
-    ASSERT_TRUE(hashes.parse("out/swarm.####.exr", &error));
-    ASSERT_TRUE(printf4.parse("out/swarm.%04d.exr", &error));
-    EXPECT_TRUE(hashes.isSequence());
-    for (int frame : {0, 7, 123, 9999}) EXPECT_EQ(hashes.path(frame), printf4.path(frame));
-    EXPECT_EQ(hashes.path(7), "out/swarm.0007.exr");
-    // Frames wider than the padding keep every digit.
-    EXPECT_EQ(hashes.path(123456), "out/swarm.123456.exr");
-    ASSERT_TRUE(plain.parse("plate.%d.png", &error));
-    EXPECT_EQ(plain.path(42), "plate.42.png");
-    SequencePattern one;
-    ASSERT_TRUE(one.parse("a#.tif", &error));
-    EXPECT_EQ(one.path(3), "a3.tif");
-}
-
-TEST(SequencePattern, StillsAndFoldersWithHashes) {
-    SequencePattern still, folder;
-    std::string error;
-    ASSERT_TRUE(still.parse("backdrop.png", &error));
-    EXPECT_FALSE(still.isSequence());
-    EXPECT_EQ(still.path(1), "backdrop.png");
-    EXPECT_EQ(still.path(500), "backdrop.png");
-    // A '#' in a folder name is part of the folder, not a frame number.
-    ASSERT_TRUE(folder.parse("take#2/frame.##.png", &error));
-    EXPECT_EQ(folder.path(5), "take#2/frame.05.png");
-}
-
-TEST(SequencePattern, RefusesAmbiguousPatterns) {
+    for (const auto& c : cases) {
+        SequencePattern p;
+        ASSERT_TRUE(p.parse(c.pattern, &error)) << c.pattern;
+        EXPECT_EQ(p.path(c.frame), c.path);
+        EXPECT_EQ(p.isSequence(), std::string(c.pattern) != "backdrop.png") << c.pattern;
+    }
     SequencePattern p;
-    std::string error;
-    EXPECT_FALSE(p.parse("a.##.b.##.png", &error));
-    EXPECT_FALSE(p.parse("a.####.%04d.png", &error));
-    EXPECT_FALSE(p.parse("a.%4d.png", &error));
-    EXPECT_FALSE(p.parse("a.%s.png", &error));
-    EXPECT_FALSE(p.parse("", &error));
+    for (const char* ambiguous : {"a.##.b.##.png", "a.####.%04d.png", "a.%4d.png", "a.%s.png", ""})
+        EXPECT_FALSE(p.parse(ambiguous, &error)) << ambiguous;
 }
 
-TEST(Keyframes, ControlNamesMayHoldBlanks) {
+TEST(Keyframes, ControlNamesMayHoldBlanksAndBadLinesNameTheirLine) {
     std::vector<KeyLine> keys;
     std::string error;
     ASSERT_TRUE(parseKeyframes("# size ramp\nVesk Size 1 20\n\n  Vesk Size   100   300.5 \nSparkFloat13 -4 -1e2\n",
                                &keys, &error))
         << error;
     ASSERT_EQ(keys.size(), 3u);
-    EXPECT_EQ(keys[0].control, "Vesk Size");
-    EXPECT_EQ(keys[0].frame, 1);
-    EXPECT_FLOAT_EQ(keys[0].value, 20.0f);
-    EXPECT_EQ(keys[0].line, 2);
-    EXPECT_EQ(keys[1].control, "Vesk Size");
-    EXPECT_EQ(keys[1].frame, 100);
+    EXPECT_TRUE(keys[1].control == "Vesk Size" && keys[1].frame == 100 && keys[1].line == 4);
     EXPECT_FLOAT_EQ(keys[1].value, 300.5f);
-    EXPECT_EQ(keys[1].line, 4);
-    EXPECT_EQ(keys[2].frame, -4);
-    EXPECT_FLOAT_EQ(keys[2].value, -100.0f);
-}
-
-TEST(Keyframes, BadLinesNameTheirLine) {
-    std::vector<KeyLine> keys;
-    std::string error;
+    EXPECT_TRUE(keys[2].frame == -4 && keys[2].value == -100.0f);
     EXPECT_FALSE(parseKeyframes("Gain 1 2\nGain 1.5 2\n", &keys, &error));
     EXPECT_NE(error.find("line 2"), std::string::npos) << error;
     EXPECT_FALSE(parseKeyframes("Gain 3 much\n", &keys, &error));
@@ -105,30 +70,20 @@ TEST(Keyframes, BadLinesNameTheirLine) {
     EXPECT_TRUE(keys.empty());
 }
 
-TEST(Names, EditDistanceAndClosest) {
-    EXPECT_EQ(editDistance("", "abc"), 3);
+TEST(Names, ClosestByEditDistanceFirstListedWinsATie) {
     EXPECT_EQ(editDistance("kitten", "sitting"), 3);
-    EXPECT_EQ(editDistance("gain", "gian"), 2);
-    EXPECT_EQ(editDistance("same", "same"), 0);
+    EXPECT_EQ(editDistance("gain", "gian"), 2);   // a swap is two edits
     EXPECT_EQ(normaliseName("  Vesk   SIZE  "), "vesk size");
     std::vector<std::string> names = {"Seed", "Vesk Size", "Speed", "Shape Width", "Vesk Grouping"};
-    auto closest = closestNames("vesk sise", names, 2);
-    ASSERT_EQ(closest.size(), 2u);
-    EXPECT_EQ(closest[0], "Vesk Size");
-    closest = closestNames("sped", names, 2);
-    EXPECT_EQ(closest[0], "Seed");   // one edit away, as Speed is: the first listed wins
-    EXPECT_EQ(closest[1], "Speed");
+    EXPECT_EQ(closestNames("vesk sise", names, 2).at(0), "Vesk Size");
+    EXPECT_EQ(closestNames("sped", names, 2), (std::vector<std::string>{"Seed", "Speed"}));
 }
 
 TEST(Labels, FormatsAreFilledOnlyWhenTheyFitTheRecord) {
     EXPECT_EQ(formatLabel("Vesk Size: %d", ControlKind::Int, 300, nullptr), "Vesk Size: 300");
-    EXPECT_EQ(formatLabel("Birth X: %.2f", ControlKind::Float, 84.0, nullptr), "Birth X: 84.00");
     EXPECT_EQ(formatLabel("Level: %5.1f%%", ControlKind::Float, 12.25, nullptr), "Level:  12.2%");
-    EXPECT_EQ(formatLabel("100%% plain", ControlKind::Boolean, 0, nullptr), "100% plain");
     EXPECT_EQ(formatLabel("%s", ControlKind::String, 0, "1: Background Clip"), "1: Background Clip");
     // A conversion the record cannot feed is shown as written instead of being filled.
-    EXPECT_EQ(formatLabel("Name: %s", ControlKind::Int, 3, nullptr), "Name: %s");
-    EXPECT_EQ(formatLabel("Two: %d %d", ControlKind::Int, 3, nullptr), "Two: %d %d");
-    EXPECT_EQ(formatLabel("Long: %ld", ControlKind::Int, 3, nullptr), "Long: %ld");
-    EXPECT_EQ(formatLabel("Star: %*d", ControlKind::Int, 3, nullptr), "Star: %*d");
+    for (const char* unfit : {"Name: %s", "Two: %d %d", "Long: %ld", "Star: %*d"})
+        EXPECT_EQ(formatLabel(unfit, ControlKind::Int, 3, nullptr), unfit);
 }

@@ -28,54 +28,75 @@ tagPARTSET* QuietSet() {
     return s;
 }
 
+// A one-row table with velocity matching: a particle's acc is then its one neighbour's
+// velocity minus its own, which tells which candidate the search kept.
+tagPARTSET* OneRowMatching() {
+    tagPARTSET* s = QuietSet();
+    s->match_velocity = 1;
+    s->mates = 1;
+    return s;
+}
+
 }  // namespace
 
-TEST(NeighbourTable, SortsFarthestFirstAndKeepsEqualDistancesInOrder) {
-    tagPARTSET* s = QuietSet();
-    s->mates = 4;
+TEST(NeighbourTable, SortsFarthestFirstKeepingEqualDistancesInOrderAndClears) {
+    QuietSet()->mates = 4;
     tagF_MATE t[4] = {{1, 0, 5, 0, 0}, {2, 0, 9, 0, 0}, {3, 0, 7, 0, 0}, {4, 0, 9, 0, 0}};
     Instance.sort_table(t);
-    EXPECT_EQ(t[0].x, 2);
-    EXPECT_EQ(t[1].x, 4);
-    EXPECT_EQ(t[2].x, 3);
-    EXPECT_EQ(t[3].x, 1);
-
+    const float order[] = {2, 4, 3, 1};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(t[i].x, order[i]) << "row " << i;
     Instance.clear_table(t);
     for (const tagF_MATE& row : t) {
         EXPECT_EQ(row.dist, 9999.0f);
-        EXPECT_EQ(row.x, 0.0f);
-        EXPECT_EQ(row.vx, 0.0f);
+        EXPECT_EQ(row.x + row.y + row.vx + row.vy, 0.0f);
     }
 }
 
 TEST(NeighbourTable, ACandidateAtExactlyTheFarthestKeptDistanceIsNotTaken) {
-    // Two neighbours at exactly 0.25; with one row, the first one met keeps it.
+    // Two neighbours at exactly 0.25, met in either order: the first one met keeps the row.
     for (int order = 0; order < 2; ++order) {
-        tagPARTSET* s = QuietSet();
-        s->match_velocity = 1;
-        s->mates = 1;
-        tagPART* right;
-        tagPART* left;
-        if (order == 0) {
-            left = AddParticle(0.25f, 0.5f, 0.02f, 0.0f);
-            right = AddParticle(0.75f, 0.5f, 0.01f, 0.0f);
-        } else {
-            right = AddParticle(0.75f, 0.5f, 0.01f, 0.0f);
-            left = AddParticle(0.25f, 0.5f, 0.02f, 0.0f);
-        }
-        tagPART* p = AddParticle(0.5f, 0.5f);  // list: p, then the later-added neighbour
+        OneRowMatching();
+        AddParticle(order ? 0.75f : 0.25f, 0.5f, order ? 0.01f : 0.02f, 0.0f);
+        tagPART* first_met = AddParticle(order ? 0.25f : 0.75f, 0.5f, order ? 0.02f : 0.01f, 0.0f);
+        tagPART* p = AddParticle(0.5f, 0.5f);
         Instance.calc_vesk();
-        tagPART* first_met = p->next;
-        EXPECT_FLOAT_EQ(p->acc[0], first_met->vel.x) << "order " << order;
-        (void)right;
-        (void)left;
+        EXPECT_EQ(p->acc[0], first_met->vel.x) << "order " << order;
+    }
+}
+
+TEST(NeighbourTable, ARootThatRoundsUpToTheKeptDistanceIsATieNotANearerCandidate) {
+    // Q2's squared distance lies strictly below Q1's, yet both roots round to the same float
+    // t: the distances compared are the rounded roots, so Q2 is not nearer than Q1. Found by
+    // search from the origin, where the coordinate differences are exact.
+    float u = 0, v = 0, t = 0;
+    bool found = false;
+    int seed = 7;
+    for (int i = 0; i < 200000 && !found; ++i) {
+        u = 0.2f + (float)randQ4(seed) * 1e-6f;
+        v = 0.1f + (float)randQ4(seed) * 1e-6f;
+        float uu = u * u, vv = v * v;
+        float x2 = uu + vv;
+        t = std::sqrt(x2);
+        float x1 = t * t;
+        found = x1 > x2 && std::sqrt(x1) == t;
+    }
+    ASSERT_TRUE(found);
+    for (int order = 0; order < 2; ++order) {
+        OneRowMatching();
+        tagPART* q2 = AddParticle(u, v, 0.03f, 0.0f);
+        tagPART* q1 = AddParticle(t, 0.0f, 0.01f, 0.0f);
+        if (order) std::swap(q1->pos, q2->pos), std::swap(q1->vel, q2->vel);
+        tagPART* p = AddParticle(0.0f, 0.0f);
+        Instance.calc_vesk();
+        // Whichever is met first (q1, at the list head after p) keeps the row.
+        EXPECT_EQ(p->acc[0], q1->vel.x) << "order " << order;
     }
 }
 
 TEST(NeighbourTable, AgreesWithTheLiteralSearchOnACrowdedGrid) {
-    // Positions on a coarse grid give many equal distances, where the order in which
-    // candidates are met decides the table. The reference below walks the list, takes the
-    // root of every distance and re-sorts by bubble sort after each replacement.
+    // A coarse grid gives many equal distances, where the order in which candidates are met
+    // decides the table. The reference walks the list, takes the root of every distance and
+    // re-sorts by bubble sort after each replacement.
     tagPARTSET* s = QuietSet();
     s->match_velocity = 1;
     s->mates = 6;
@@ -99,27 +120,24 @@ TEST(NeighbourTable, AgreesWithTheLiteralSearchOnACrowdedGrid) {
                     if (rows[(size_t)i + 1].dist > rows[(size_t)i].dist) std::swap(rows[(size_t)i], rows[(size_t)i + 1]);
         }
         float sx = 0.0f, sy = 0.0f;
-        for (const tagF_MATE& r : rows) {
-            sx += r.vx;
-            sy += r.vy;
-        }
+        for (const tagF_MATE& r : rows) sx += r.vx, sy += r.vy;
         ASSERT_EQ(p->acc[0], sx / (float)m - p->vel.x);
         ASSERT_EQ(p->acc[1], sy / (float)m - p->vel.y);
     }
 }
 
 TEST(NeighbourTable, EmptyRowsTakePartInTheMeans) {
+    // Alone, the one row is empty at (0, 0): centring pulls towards the top-left corner at
+    // full strength (distance 1, grouping 0.45).
     tagPARTSET* s = QuietSet();
     s->gathering = 1;
     s->mates = 1;
-    // Alone: the one row is empty, at (0, 0), so centring pulls towards the top-left corner.
     tagPART* p = AddParticle(0.6f, 0.8f);
     Instance.calc_vesk();
-    // Distance 1 from the corner; grouping 0.45, so the pull is at full strength 1.
     EXPECT_NEAR(p->acc[0], -0.6, 1e-6);
     EXPECT_NEAR(p->acc[1], -0.8, 1e-6);
 
-    // Velocity matching with three rows and one neighbour: its velocity is diluted by 3.
+    // Three rows and one neighbour: its velocity is diluted by 3.
     s = QuietSet();
     s->match_velocity = 1;
     s->mates = 3;
@@ -130,91 +148,74 @@ TEST(NeighbourTable, EmptyRowsTakePartInTheMeans) {
     EXPECT_NEAR(p->acc[1], -0.02, 1e-7);
 }
 
-TEST(Steering, TheFirstTermToPassTheLimitEndsTheSum) {
+TEST(Steering, PriorityLimitCoastingAndFoodComfortRadius) {
     tagPARTSET* s = QuietSet();
     s->avoid_predator = 1;
-    s->predator_x = 0.55f;
-    s->predator_y = 0.5f;
-    s->predator_fear = 0.18f;
+    s->predator_x = 0.55f, s->predator_y = 0.5f, s->predator_fear = 0.18f;
     s->hunt_food = 1.0f;
-    s->food_x = 0.5f;
-    s->food_y = 0.9f;
+    s->food_x = 0.5f, s->food_y = 0.9f;
     s->max_accel = 0.001f;
     tagPART* p = AddParticle(0.5f, 0.5f);
     p->accel_k = 0.8f;
     Instance.calc_vesk();
-    // The predator push alone exceeds the limit: scaled back to 0.0008 straight away from the
-    // predator, and the food below is never added.
+    // The predator push alone passes the limit 0.0008: scaled back to it, straight away from
+    // the predator, and the food below is never added.
     EXPECT_NEAR(p->acc[0], -0.0008, 1e-7);
     EXPECT_EQ(p->acc[1], 0.0f);
-
-    // With room to spare, the push is the fear curve ((fear - r) / fear)^2 along the escape
-    // direction, and the food adds its own pull.
-    s->max_accel = 100.0f;
+    s->max_accel = 0.0f;  // Acceleration 0: every term is scaled to nothing, the swarm coasts
     Instance.calc_vesk();
-    double w = std::pow((0.18 - 0.05) / 0.18, 2.0);
-    double space = s->personal_space * p->space_k;
-    double t = (0.4 - space) / space;
-    EXPECT_NEAR(p->acc[0], -w, 1e-5);
-    EXPECT_NEAR(p->acc[1], t * t, 1e-3);
-}
+    EXPECT_EQ(p->acc[0], 0.0f);
+    EXPECT_EQ(p->acc[1], 0.0f);
 
-TEST(Steering, ZeroLimitCoastsAndFoodWithinItsComfortRadiusDoesNotPull) {
-    tagPARTSET* s = QuietSet();
-    s->hunt_food = 1.0f;
-    s->food_x = 0.9f;
-    s->food_y = 0.9f;
-    s->max_accel = 0.0f;  // Acceleration 0: the swarm coasts
-    tagPART* a = AddParticle(0.1f, 0.1f, 0.01f, 0.0f);
-    Instance.calc_vesk();
-    EXPECT_EQ(a->acc[0], 0.0f);
-    EXPECT_EQ(a->acc[1], 0.0f);
-
+    // Fear curve ((fear - r) / fear)^2; food within the personal-space radius (0.1) does not
+    // pull, at 0.3 it pulls ((0.3 - 0.1) / 0.1)^2 = 4.
     s = QuietSet();
+    s->avoid_predator = 1;
+    s->predator_x = 0.45f, s->predator_y = 0.0f, s->predator_fear = 0.18f;
     s->hunt_food = 1.0f;
-    s->food_x = 0.5f;
-    s->food_y = 0.5f;
+    s->food_x = 0.5f, s->food_y = 0.5f;
     s->personal_space = 0.1f;
-    tagPART* near = AddParticle(0.55f, 0.5f);  // 0.05 from the food, inside 0.1
-    tagPART* far = AddParticle(0.5f, 0.8f);    // 0.3 away: t = 2, pull 4 towards the food
+    s->max_accel = 100.0f;
+    tagPART* near = AddParticle(0.55f, 0.5f);
+    tagPART* far = AddParticle(0.5f, 0.8f);
+    tagPART* fled = AddParticle(0.5f, 0.0f);
     Instance.calc_vesk();
     EXPECT_EQ(near->acc[0], 0.0f);
     EXPECT_EQ(near->acc[1], 0.0f);
     EXPECT_NEAR(far->acc[0], 0.0, 1e-6);
     EXPECT_NEAR(far->acc[1], -4.0, 1e-4);
+    EXPECT_NEAR(fled->acc[0], std::pow((0.18 - 0.05) / 0.18, 2.0), 1e-5);
 }
 
-TEST(AvoidScan, WalksTheLineAndReportsTheFirstDarkPixel) {
+TEST(AvoidScan, LineWalkFindsTheFirstPixelBelow16384) {
     tagPARTSET* s = QuietSet();
     std::unique_ptr<ImageQ4> matte(MakeImage(100, 100, 32767));
     s->avoid_matte = matte.get();
     matte->rows[0][3].r = 16383;
     matte->rows[0][4].r = 0;
-    tagSCANHIT h = Instance.scan_down(0, 0, 0, 9, 0);
-    EXPECT_EQ(h.x, 3);
-    EXPECT_EQ(h.y, 0);
-    h = Instance.scan_down(0, 9, 0, 0, 0);  // backwards meets 4 first
-    EXPECT_EQ(h.x, 4);
-    matte->rows[0][3].r = 16384;  // not an obstacle
-    h = Instance.scan_down(0, 0, 0, 3, 0);
-    EXPECT_EQ(h.x, -1);
-
-    // The x-major walk from (0, 10) to (4, 12) visits (0,10) (1,11) (2,11) (3,12) (4,12).
-    matte->rows[11][1].r = 0;
-    h = Instance.scan_down(0, 0, 10, 4, 12);
-    EXPECT_EQ(h.x, 1);
-    EXPECT_EQ(h.y, 11);
-    matte->rows[11][1].r = 32767;
-    matte->rows[10][1].r = 0;  // beside the line
-    matte->rows[12][2].r = 0;
-    h = Instance.scan_down(0, 0, 10, 4, 12);
-    EXPECT_EQ(h.x, -1);
-
-    // Pixels outside the frame are skipped, not read.
+    matte->rows[11][1].r = 0;   // on the x-major line (0,10) (1,11) (2,11) (3,12) (4,12)
+    matte->rows[20][1].r = 0;   // beside the line (0,20) (1,21) (2,21) (3,22) (4,22)
+    matte->rows[22][2].r = 0;
     matte->rows[5][0].r = 0;
-    h = Instance.scan_down(0, -6, 5, 2, 5);
-    EXPECT_EQ(h.x, 0);
-    EXPECT_EQ(h.y, 5);
+    struct {
+        int x0, y0, x1, y1, hx, hy;
+    } cases[] = {
+        {0, 0, 9, 0, 3, 0},
+        {9, 0, 0, 0, 4, 0},     // backwards meets 4 first
+        {0, 10, 4, 12, 1, 11},
+        {0, 20, 4, 22, -1, 0},
+        {2, 23, 1, 19, 2, 22},  // y-major: (2,23) then (2,22)
+        {-6, 5, 2, 5, 0, 5},    // pixels left of the frame are skipped
+    };
+    for (const auto& c : cases) {
+        tagSCANHIT h = Instance.scan_down(0, c.x0, c.y0, c.x1, c.y1);
+        EXPECT_EQ(h.x, c.hx) << c.x0 << "," << c.y0 << " -> " << c.x1 << "," << c.y1;
+        if (c.hx >= 0) {
+            EXPECT_EQ(h.y, c.hy);
+        }
+    }
+    matte->rows[0][3].r = 16384;  // not an obstacle
+    EXPECT_EQ(Instance.scan_down(0, 0, 0, 3, 0).x, -1);
     s->avoid_matte = nullptr;
 }
 
@@ -245,8 +246,7 @@ TEST(AvoidScan, AnObstacleAheadPushesBackAndAStillParticleSeesNothing) {
     EXPECT_EQ(still->acc[0], 0.0f);
     EXPECT_EQ(still->acc[1], 0.0f);
 
-    // Not deep enough to reach the obstacle: no push.
-    s->avoid_sides = 0.05f;
+    s->avoid_sides = 0.05f;  // not deep enough to reach the obstacle
     Instance.calc_vesk();
     EXPECT_EQ(p->acc[0], 0.0f);
     s->avoid_matte = nullptr;
@@ -256,73 +256,50 @@ TEST(AvoidScan, AnObstacleAheadPushesBackAndAStillParticleSeesNothing) {
 
 namespace {
 
-void Steps(int n) {
-    for (int i = 0; i < n; ++i) Instance.part_set_execute(Instance.set, i);
-}
-
-// A swarm of 20 born around (0.84, 0.84) with the given rule checkboxes switched on.
-void SwarmWith(bool food, bool predator, bool others) {
+// A swarm of 20 born around (0.84, 0.84), the predator on the birth point, with the given
+// rule checkboxes on, stepped n times.
+void SwarmWith(bool food, bool predator, bool others, int n, bool match_and_gather = false) {
     ResetEffect();
     SparkInt11.Value = 20;
     SparkBoolean71.Value = food ? 1 : 0;
     SparkBoolean67.Value = predator ? 1 : 0;
     SparkBoolean81.Value = others ? 1 : 0;
-    SparkFloat68.Value = 84.0f;  // predator on the birth point
-    SparkFloat69.Value = 84.0f;
+    SparkBoolean78.Value = SparkBoolean83.Value = match_and_gather ? 1 : 0;
+    SparkFloat68.Value = SparkFloat69.Value = 84.0f;
     SparkFloat80.Value = 10.0f;  // Acceleration
     SyncAllControls();
     PrepareSet(160, 120);
+    for (int i = 0; i < n; ++i) Instance.part_set_execute(Instance.set, i);
 }
 
 }  // namespace
 
-TEST(Behaviour, HuntingFoodClosesInOnIt) {
-    SwarmWith(true, false, false);
-    Steps(1);
-    double start = MeanDistanceTo(0.2f, 0.15f);
-    Steps(60);
-    double end = MeanDistanceTo(0.2f, 0.15f);
+TEST(Behaviour, FoodAttractsThePredatorRepelsAndOthersAreKeptAtADistance) {
+    SwarmWith(true, false, false, 1);
+    double start = MeanDistanceTo(0.2f, 0.15f);  // the default food position
+    SwarmWith(true, false, false, 61);
     EXPECT_GT(start, 0.6);
-    EXPECT_LT(end, 0.5 * start);
-}
+    EXPECT_LT(MeanDistanceTo(0.2f, 0.15f), 0.5 * start);
 
-TEST(Behaviour, FleeingThePredatorEndsFartherFromIt) {
-    SwarmWith(false, false, false);
-    Steps(40);
+    SwarmWith(false, false, false, 40);
     double calm = MeanDistanceTo(0.84f, 0.84f);
-    SwarmWith(false, true, false);
-    Steps(40);
-    double fleeing = MeanDistanceTo(0.84f, 0.84f);
-    EXPECT_GT(fleeing, calm + 0.02);
-}
+    SwarmWith(false, true, false, 40);
+    EXPECT_GT(MeanDistanceTo(0.84f, 0.84f), calm + 0.02);
 
-TEST(Behaviour, AvoidingOthersKeepsTheSwarmSpreadOut) {
-    SwarmWith(true, false, false);
-    Steps(100);
+    SwarmWith(true, false, false, 100);
     double crowded = MeanNearestNeighbour();
-    SwarmWith(true, false, true);
-    Steps(100);
-    double spaced = MeanNearestNeighbour();
-    EXPECT_GT(spaced, crowded);
+    SwarmWith(true, false, true, 100);
+    EXPECT_GT(MeanNearestNeighbour(), crowded);
 }
 
 TEST(Behaviour, SameSeedAndControlsReproduceTheSwarmBitForBit) {
-    auto run = [] {
-        SwarmWith(true, true, true);
-        SparkBoolean78.Value = 1;  // Match Velocity
-        SparkBoolean83.Value = 1;  // Vesk Gathering
-        SyncAllControls();
-        PrepareSet(160, 120);
-        Steps(50);
-        std::vector<float> state;
-        for (tagPART* p = Instance.set->live_list; p; p = p->next) {
-            state.insert(state.end(), {p->pos.x, p->pos.y, p->vel.x, p->vel.y, p->acc[0],
-                                       p->acc[1], p->colour[0], p->size_cur[0]});
-        }
-        return state;
-    };
-    std::vector<float> a = run();
-    std::vector<float> b = run();
-    ASSERT_EQ(a.size(), 20u * 8u);
-    EXPECT_EQ(0, std::memcmp(a.data(), b.data(), a.size() * sizeof(float)));
+    std::vector<float> state[2];
+    for (auto& st : state) {
+        SwarmWith(true, true, true, 50, true);
+        for (tagPART* p = Instance.set->live_list; p; p = p->next)
+            st.insert(st.end(), {p->pos.x, p->pos.y, p->vel.x, p->vel.y, p->acc[0], p->acc[1],
+                                 p->colour[0], p->size_cur[0]});
+    }
+    ASSERT_EQ(state[0].size(), 20u * 8u);
+    EXPECT_EQ(0, std::memcmp(state[0].data(), state[1].data(), state[0].size() * sizeof(float)));
 }
