@@ -62,11 +62,6 @@ protected:
         ++Instance.set->live_count;
         return p;
     }
-    std::vector<glrec::Vertex> Outline() {
-        std::vector<glrec::Vertex> v;
-        for (const auto& s : glrec::Segments()) v.push_back({s.x0, s.y0});
-        return v;
-    }
 
     sparkhost::Host host;
     std::vector<std::pair<SparkFloatStruct*, SparkFloatStruct>> floats{
@@ -199,10 +194,10 @@ TEST_F(Bridge, WireframeOutlinesParticlesInsideTheMarginAtTheirRenderedSize) {
     for (int mode : {1, 6, 7, 8}) {
         glrec::Clear();
         Instance.PartDrawGL(Instance.set, mode);
-        auto v = Outline();
-        ASSERT_EQ(v.size(), 4u);
-        ExpectPoint(v[0], 90, 65);
-        ExpectPoint(v[2], 110, 35);
+        const auto edges = glrec::Segments();
+        ASSERT_EQ(edges.size(), 4u);
+        ExpectPoint({edges[0].x0, edges[0].y0}, 90, 65);
+        ExpectPoint({edges[2].x0, edges[2].y0}, 110, 35);
     }
 }
 

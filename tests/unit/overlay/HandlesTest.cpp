@@ -97,24 +97,6 @@ TEST_F(Handles, LineMovesAsAWholeAndItsEndXClampLandsInTheStartX) {
     EXPECT_NEAR(ex.Value, 80, 1e-3);
 }
 
-TEST_F(Handles, AnglePointsAtTheMouseWithinItsControl) {
-    SparkFloatStruct a = Record(0, 0, 360);
-    AngleOverlayQ4 angle;
-    angle.Bind(48, &a, nullptr);
-    angle.SetAngle(0.5f, 0.5f, 0.25f, 0.0f);
-    o.DrawAngleOverlay(&angle);   // from (100, 50), 50 pixels long
-    angle.HandleInteraction(INTER_PRESS, 150, 50);
-    angle.HandleInteraction(INTER_DRAG, 100, 90);
-    EXPECT_NEAR(a.Value, 90, 1e-4);
-    angle.HandleInteraction(INTER_DRAG, 100, 10);   // -90 shown as 270 by a 0..360 control
-    EXPECT_NEAR(a.Value, 270, 1e-4);
-    a = Record(0, -180, 45);   // a signed control keeps -90, and its maximum clamps
-    angle.HandleInteraction(INTER_DRAG, 100, 10);
-    EXPECT_NEAR(a.Value, -90, 1e-4);
-    angle.HandleInteraction(INTER_DRAG, 100, 90);
-    EXPECT_NEAR(a.Value, 45, 1e-4);
-}
-
 TEST_F(Handles, CircleDiagonalKeepsProportionsAndLockHidesIt) {
     SparkFloatStruct w = Record(50, 0, 200), ht = Record(25, 0, 200);
     CircleOverlayQ4 c;

@@ -78,6 +78,7 @@ TEST_F(LumpStampTest, LumpsNeverTouchTheBottomRowAndClipAtTheEdges)
     ExpectPixel(layer(), 0, 6, ch(181), ch(181), ch(181), ch(181));
     ExpectPixel(layer(), 1, 6, ch(114), ch(114), ch(114), ch(114));
     ExpectPixel(layer(), 2, 6, 0, 0, 0, 0);
+    ExpectPixel(layer(), 7, 5, 0, 0, 0, 0);  // columns left of the frame do not wrap to row 5
 
     Wire(8, 8);
     vesk->part_anti_aliased_lump(layer(), 8, 8, 7, 3, 32767, l.get(), 0, 7, &p);

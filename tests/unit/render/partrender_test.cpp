@@ -133,11 +133,8 @@ TEST_F(RenderPassTest, EachJobDrawsItsChunkIntoItsLayer)
 TEST_F(RenderPassTest, DispatchByShape)
 {
     tagPART p = Particle(20000, 20000, 20000);
-    p.pos.x = 12.0f / 32.0f;
-    p.pos.y = 12.0f / 24.0f;
-    p.size_cur[0] = 7.6f;
-    p.size_cur[1] = 7.4f;
-    p.isize_cur = 1;
+    p.pos = tagPOS{12.0f / 32.0f, 12.0f / 24.0f, 0.0f};
+    p.size_cur[0] = 7.6f, p.size_cur[1] = 7.4f, p.isize_cur = 1;
     vesk->set->shape = 2;
     const float c[3] = {20000, 20000, 20000};
     auto want = ReferenceLayer({{18, 12}, {10, 15}, {10, 9}}, c, layer());

@@ -1,6 +1,5 @@
 // Every polygon shape at a known position and size, compared pixel by pixel with the reference
-// coverage of its vertex list; culling, heading and the rotation family.
-#include <cmath>
+// coverage of its vertex list; culling and the heading angle.
 #include <functional>
 
 #include "effect/Shapes.h"
@@ -83,18 +82,18 @@ TEST_F(ShapesTest, SizesBelowTwoDrawNothing)
     EXPECT_TRUE(IsClear(layer()));
 }
 
-// The culling radius is the plain half size: a diamond of half size 4 whose centre is 5 pixels
-// left of the frame is skipped although its tip (1.5 x 4 = 6) would reach column 0; likewise
+// The culling radius is the plain half size: a diamond of half size 8 centred 9 pixels left of
+// the frame is skipped although its tip (1.5 x 8 = 12) would cover columns 0 and 1; likewise
 // cy - r = y1 and cx - r = width. One pixel further in, the tip is drawn.
 TEST_F(ShapesTest, CullingUsesThePlainHalfSize)
 {
     tagPART p = Particle(kColour[0], kColour[1], kColour[2]);
-    vesk->draw_diamond(-5, 10, 8, 8, 0, kH - 1, &p, 0);
+    vesk->draw_diamond(-9, 10, 16, 16, 0, kH - 1, &p, 0);
     vesk->draw_diamond(10, kH - 1 + 4, 8, 8, 0, kH - 1, &p, 0);
     vesk->draw_diamond(kW + 4, 10, 8, 8, 0, kH - 1, &p, 0);
     EXPECT_TRUE(IsClear(layer()));
-    auto want = ReferenceLayer({{2, 10}, {-4, 16}, {-10, 10}, {-4, 4}}, kColour, layer());
-    vesk->draw_diamond(-4, 10, 8, 8, 0, kH - 1, &p, 0);
+    auto want = ReferenceLayer({{4, 10}, {-8, 22}, {-20, 10}, {-8, -2}}, kColour, layer());
+    vesk->draw_diamond(-8, 10, 16, 16, 0, kH - 1, &p, 0);
     ExpectLayer(layer(), want);
     EXPECT_FALSE(IsClear(layer()));
 }
@@ -122,16 +121,4 @@ TEST_F(ShapesTest, HeadingAngleWithLivingRotate)
     auto want = ReferenceLayer({{12, 14}, {8, 6}, {16, 6}}, kColour, layer());
     vesk->draw_triangle(12, 8, 8, 8, 0, kH - 1, &p, 0);
     ExpectLayer(layer(), want);
-}
-
-// Rotate and VRotate are the same turn about the centre; the axis rotations turn y toward -z
-// (x axis) and x toward +z (y axis).
-TEST(Rotation, RotationFamily)
-{
-    const tagPOS r = Rotate(tagPOS{13, 7, 5}, 10, 7, 90.0f), v = VRotate(tagPOS{13, 7, 5}, 10, 7, 90.0f);
-    EXPECT_TRUE(r.x == v.x && r.y == v.y && r.z == 5.0f);
-    const tagPOS x = RotateInX(tagPOS{3, 1, 0}, 90.0f), y = RotateInY(tagPOS{1, 4, 0}, 90.0f);
-    EXPECT_NEAR(x.z, -1.0f, 1e-6);
-    EXPECT_NEAR(y.z, 1.0f, 1e-6);
-    EXPECT_NEAR(y.x, 0.0f, 1e-6);
 }
