@@ -35,21 +35,21 @@ tagPOS Point(double x, double y) {
 }
 
 // Vertices of the polygon shapes around (cx, cy), in the renderer's order; returns the count.
-int ShapeVertices(int mode, float cx, float cy, float rx, float ry, float k, tagPOS* v) {
+int ShapeVertices(int mode, float cx, float cy, float rxf, float ryf, float kf, tagPOS* v) {
     switch (mode) {
     case 2:   // triangle, tip along +x
-        v[0] = Point(cx + 1.5f * rx, cy);
-        v[1] = Point(cx - 0.5f * rx, cy + ry);
-        v[2] = Point(cx - 0.5f * rx, cy - ry);
+        v[0] = Point(cx + 1.5f * rxf, cy);
+        v[1] = Point(cx - 0.5f * rxf, cy + ryf);
+        v[2] = Point(cx - 0.5f * rxf, cy - ryf);
         return 3;
     case 3:   // diamond
-        v[0] = Point(cx + 1.5f * rx, cy);
-        v[1] = Point(cx, cy + 1.5f * ry);
-        v[2] = Point(cx - 1.5f * rx, cy);
-        v[3] = Point(cx, cy - 1.5f * ry);
+        v[0] = Point(cx + 1.5f * rxf, cy);
+        v[1] = Point(cx, cy + 1.5f * ryf);
+        v[2] = Point(cx - 1.5f * rxf, cy);
+        v[3] = Point(cx, cy - 1.5f * ryf);
         return 4;
-    case 4: {   // four-point star
-        const double q = 0.7071;
+    case 4: {   // four-point star; worked in double from the float radii, as the renderer does
+        const double q = 0.7071, k = kf, rx = rxf, ry = ryf;
         v[0] = Point(cx, (double)cy + ry);
         v[1] = Point(cx + k * rx * q, cy + k * ry * q);
         v[2] = Point((double)cx + rx, cy);
@@ -60,7 +60,8 @@ int ShapeVertices(int mode, float cx, float cy, float rx, float ry, float k, tag
         v[7] = Point(cx - k * rx * q, cy + k * ry * q);
         return 8;
     }
-    case 5:   // five-point star; outer and inner coefficients are rounded differently
+    case 5: {   // five-point star; outer and inner coefficients are rounded differently
+        const double k = kf, rx = rxf, ry = ryf;
         v[0] = Point(cx, (double)cy + ry);
         v[1] = Point(cx + k * rx * 0.5878, cy + k * ry * 0.809);
         v[2] = Point(cx + rx * 0.95106, cy + ry * 0.30902);
@@ -72,6 +73,7 @@ int ShapeVertices(int mode, float cx, float cy, float rx, float ry, float k, tag
         v[8] = Point(cx - rx * 0.95106, cy + ry * 0.30902);
         v[9] = Point(cx - k * rx * 0.5878, cy + k * ry * 0.809);
         return 10;
+    }
     default:
         return 0;
     }

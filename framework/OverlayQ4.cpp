@@ -186,7 +186,7 @@ void OverlayQ4::DrawArrow(float x0, float y0, float x1, float y1) {
     else if (x1 > x0 && y0 > y1)
         theta = 360.0f - theta0;
     const float barb = 40.0f / overlay_zoom;
-    for (int side = -1; side <= 1; side += 2) {
+    for (int side = 1; side >= -1; side -= 2) {   // the barb at theta + 20 first
         const float a = (float)((theta + 20.0f * (float)side) * kDegToRad);
         DrawLine(x0, y0, x0 + barb * cosf(a), y0 + barb * sinf(a));
     }

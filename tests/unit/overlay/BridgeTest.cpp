@@ -152,6 +152,39 @@ TEST_F(Bridge, HandleDragRendersOnceWhenItEnds) {
     EXPECT_EQ(Renders(), renders + 1);
 }
 
+TEST_F(Bridge, NegativePressureIsAHoverNeverAPressOrRelease) {
+    Overlay();
+    const float bx = SparkFloat13.Value, by = SparkFloat14.Value;
+    Event(0.5f, 168, 84);   // a press on the birth point
+    // (last, new) pressure pairs that are neither press, drag nor release: hovers, which
+    // neither move the grabbed handle nor redraw the viewer.
+    const float hovers[][2] = {{0.5f, -1}, {-1, 0.5f}, {0.5f, -0.5f}};
+    for (const auto& h : hovers) {
+        Event(h[0], 168, 84);   // sets the last pressure (a drag or hover on the spot)
+        const int before = host.viewingDraws();
+        Event(h[1], 100, 50);
+        EXPECT_EQ(host.viewingDraws(), before) << h[0] << " -> " << h[1];
+        EXPECT_EQ(Cursor(), 1);
+        EXPECT_FLOAT_EQ(SparkFloat13.Value, bx);
+        EXPECT_FLOAT_EQ(SparkFloat14.Value, by);
+    }
+    // A press away from every handle lets go of the birth point before the next test.
+    Event(0, 5, 5);
+    Event(0.3f, 5, 5);
+    Event(0, 5, 5);
+}
+
+TEST_F(Bridge, EachHandleIsDrawnInItsOwnColour) {
+    SparkBoolean67.Value = 1;   // Avoid Predator
+    SparkBoolean71.Value = 1;   // Hunt Food
+    Overlay();
+    // Birth point white, birth area yellow, food green, predator red, in drawing order.
+    const std::vector<std::vector<double>> colours{{1, 1, 1}, {1, 1, 0}, {0, 1, 0}, {1, 0, 0}};
+    std::vector<std::vector<double>> seen;
+    for (const auto& c : glrec::Named("glColor3f")) seen.push_back(c.args);
+    EXPECT_EQ(seen, colours);
+}
+
 TEST_F(Bridge, HostDisabledInteractionAndViewerRatio) {
     host.setViewerRatio(2);
     Overlay();
@@ -199,6 +232,40 @@ TEST_F(Bridge, WireframeOutlinesParticlesInsideTheMarginAtTheirRenderedSize) {
         ExpectPoint({edges[0].x0, edges[0].y0}, 90, 65);
         ExpectPoint({edges[2].x0, edges[2].y0}, 110, 35);
     }
+}
+
+TEST_F(Bridge, WireframePolygonsUseTheShapeVerticesAndTurnWithTravel) {
+    Instance.SetOverlayGeometry(1, 1, 1, 200, 100);
+    tagPARTSET* set = Instance.set;
+    const float rotation = set->base_rotation, sharpness = set->star_sharpness;
+    const int living = set->living_rotate;
+    set->base_rotation = 0, set->living_rotate = 0, set->star_sharpness = 0.5f;
+    tagPART* p = Particle(0.5f, 0.5f, 40, 20);
+    Instance.res_scale = 2;
+    Instance.pixel_ratio = 1.5;
+    // Centre (100, 50); rx = 40 / 2 / 2 = 10 and ry = 20 / 2 / 2 = 5, no pixel ratio.
+    struct Case { int mode; size_t lines; float x, y; } cases[] = {
+        {2, 3, 115, 50}, {3, 4, 115, 50}, {4, 8, 100, 55}, {5, 10, 100, 55}, {9, 0, 0, 0}};
+    for (const Case& c : cases) {
+        glrec::Clear();
+        Instance.PartDrawGL(set, c.mode);
+        const auto edges = glrec::Segments();
+        ASSERT_EQ(edges.size(), c.lines) << c.mode;
+        if (!c.lines) continue;
+        ExpectPoint({edges[0].x0, edges[0].y0}, c.x, c.y);
+        ExpectPoint({edges.back().x1, edges.back().y1}, c.x, c.y);   // the loop closes
+    }
+    glrec::Clear();
+    Instance.PartDrawGL(set, 5);
+    ExpectPoint({glrec::Segments()[5].x0, glrec::Segments()[5].y0}, 100, 50 - 0.5 * 5);
+
+    // Heading straight down the picture: turned by 270 degrees, the triangle's tip points down.
+    set->living_rotate = 1;
+    p->heading[0] = 0, p->heading[1] = 1;
+    glrec::Clear();
+    Instance.PartDrawGL(set, 2);
+    ExpectPoint({glrec::Segments()[0].x0, glrec::Segments()[0].y0}, 100, 65);
+    set->base_rotation = rotation, set->living_rotate = living, set->star_sharpness = sharpness;
 }
 
 }  // namespace

@@ -96,4 +96,21 @@ TEST_F(Primitives, RectangleUsesThePixelAspect) {
     ExpectSegment(s[2], 80, 90, 80, 110);
 }
 
+TEST_F(Primitives, ArrowHeadPointsAwayFromItsTailInEveryQuadrant) {
+    o.SetOverlayGeometry(2.0f, 1.0f, 1.0f, 200, 100);   // barbs 40 screen pixels: 20 image pixels
+    const float tails[][2] = {{130, 90}, {70, 90}, {70, 10}, {130, 10}, {100, 10}, {100, 90}};
+    for (const auto& t : tails) {
+        glrec::Clear();
+        o.DrawArrow(100, 50, t[0], t[1]);
+        // The barbs lie 20 degrees either side of the direction towards the tail, +20 first.
+        const double dir = std::atan2(t[1] - 50.0, t[0] - 100.0);
+        auto s = glrec::Segments();
+        ASSERT_EQ(s.size(), 2u);
+        for (int i = 0; i < 2; ++i) {
+            const double a = dir + (i == 0 ? 20.0 : -20.0) * kPi / 180.0;
+            ExpectSegment(s[i], 100, 50, float(100 + 20 * std::cos(a)), float(50 + 20 * std::sin(a)));
+        }
+    }
+}
+
 }  // namespace
