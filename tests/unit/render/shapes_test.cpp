@@ -100,24 +100,32 @@ TEST_F(ShapesTest, CullingUsesThePlainHalfSize)
 }
 
 // Heading angle: 0 along +x, 270 straight down the image, 90 straight up, added to the base
-// rotation only with Living Rotate. With a heading straight down the triangle's tip points down.
+// rotation only with Living Rotate: theta = float(acos(hx) x 57.2957...), then 360 - theta and the
+// sum with the base rotation in float. A particle just born has heading (0, 0): exactly 90.
+// With a heading straight down the triangle's tip points down.
 TEST_F(ShapesTest, HeadingAngleWithLivingRotate)
 {
     tagPART p = Particle(kColour[0], kColour[1], kColour[2]);
     vesk->set->base_rotation = 30.0f;
-    const struct {
-        float hx, hy, want;
-    } cases[] = {{0, 1, 300}, {0, -1, 120}, {1, 0, 30}, {-1, 0, 210}};
     p.heading[1] = 1.0f;
-    EXPECT_FLOAT_EQ(vesk->shape_angle(&p), 30.0f);
+    EXPECT_EQ(vesk->shape_angle(&p), 30.0f);
     vesk->set->living_rotate = 1;
+    EXPECT_EQ(vesk->shape_angle(&p), 300.0f);
+    const struct {
+        float base, hx, hy;
+    } cases[] = {{30.0f, 0.0f, -1.0f},    {30.0f, -1.0f, 0.0f},   {0.01f, 0.0f, 0.0f},
+                 {12.34f, -0.991f, 0.13f}, {12.34f, -0.99f, 0.14f}, {-200.5f, 0.6f, -0.8f}};
     for (const auto& c : cases) {
+        float theta = (float)(std::acos((double)c.hx) * 57.29577950560105);
+        if (c.hy > 0.0f) theta = 360.0f - theta;
+        vesk->set->base_rotation = c.base;
         p.heading[0] = c.hx;
         p.heading[1] = c.hy;
-        EXPECT_FLOAT_EQ(vesk->shape_angle(&p), c.want) << c.hx << "," << c.hy;
+        EXPECT_EQ(vesk->shape_angle(&p), c.base + theta) << c.hx << "," << c.hy;
     }
+    p.heading[0] = p.heading[1] = 0.0f;
     vesk->set->base_rotation = 0.0f;
-    p.heading[0] = 0.0f;
+    EXPECT_EQ(vesk->shape_angle(&p), 90.0f);
     p.heading[1] = 1.0f;
     auto want = ReferenceLayer({{12, 14}, {8, 6}, {16, 6}}, kColour, layer());
     vesk->draw_triangle(12, 8, 8, 8, 0, kH - 1, &p, 0);
@@ -151,26 +159,5 @@ TEST(Rotation, SinglePrecisionApartFromTheConversionFactor)
         EXPECT_EQ(x.z, c * -21.0f - s * 37.0f);
         EXPECT_EQ(y.x, c * 100.0f - s * -21.0f);
         EXPECT_EQ(y.z, c * -21.0f + s * 100.0f);
-    }
-}
-
-// The heading angle: theta = float(acos(hx) x 57.2957...), then 360 - theta and the sum with the
-// base rotation in float. A particle just born has heading (0, 0): exactly 90 degrees.
-TEST_F(ShapesTest, HeadingAngleRoundsThetaToFloatBeforeTheSums)
-{
-    tagPART p = Particle(kColour[0], kColour[1], kColour[2]);
-    vesk->set->living_rotate = 1;
-    EXPECT_EQ(vesk->shape_angle(&p), 90.0f);
-    const struct {
-        float base, hx, hy;
-    } cases[] = {{12.34f, -0.991f, 0.13f}, {12.34f, -0.99f, 0.14f}, {-200.5f, 0.6f, -0.8f},
-                 {0.01f, 0.0f, 0.0f}};
-    for (const auto& c : cases) {
-        float theta = (float)(std::acos((double)c.hx) * 57.29577950560105);
-        if (c.hy > 0.0f) theta = 360.0f - theta;
-        vesk->set->base_rotation = c.base;
-        p.heading[0] = c.hx;
-        p.heading[1] = c.hy;
-        EXPECT_EQ(vesk->shape_angle(&p), c.base + theta) << c.hx;
     }
 }
