@@ -18,3 +18,6 @@ mkdir -p "$OUT/scene"
 "$BUILD/sparkhost" render "$BUILD/vesk.spark" --frames 1-100 --size 1920x1080 \
     --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
     --keys examples/food-path.keys -o "$OUT/scene/vesk.####.png" 2>&1 | grep '^sparkhost: rendered'
+
+# --- sparkhost render loop (stages alone vs overlapped) ---
+bench/render_loop.sh "$BUILD"

@@ -3,6 +3,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -28,19 +29,42 @@ unsigned to12(unsigned v16) { return (v16 * 4095u + 32767u) / 65535u; }
 // Twelve bits back to sixteen by repeating the top bits, so 4095 becomes 65535 exactly.
 unsigned from12(unsigned v12) { return (v12 << 4) | (v12 >> 8); }
 
-char gPartial[4096];
+// The temporary files of the writes under way (several writer threads write at once), for an
+// interrupting signal's handler. A slot is claimed, filled, then marked ready; the handler only
+// reads ready slots.
+constexpr int kPartialSlots = 32;
+char gPartial[kPartialSlots][4096];
+std::atomic<int> gPartialState[kPartialSlots];  // 0 free, 1 being filled, 2 ready
 
-// Marks the temporary file of the write under way, for an interrupting signal's handler.
 struct PartialMark {
+    int slot = -1;
     explicit PartialMark(const std::string& path) {
-        std::snprintf(gPartial, sizeof gPartial, "%s", path.c_str());
+        for (int i = 0; i < kPartialSlots && slot < 0; ++i) {
+            int free = 0;
+            if (gPartialState[i].compare_exchange_strong(free, 1)) slot = i;
+        }
+        if (slot < 0) return;  // more writers than slots: this one is not cleaned up on a signal
+        std::snprintf(gPartial[slot], sizeof gPartial[slot], "%s", path.c_str());
+        gPartialState[slot].store(2);
     }
-    ~PartialMark() { gPartial[0] = '\0'; }
+    ~PartialMark() {
+        if (slot >= 0) gPartialState[slot].store(0);
+    }
 };
 
 }  // namespace
 
-const char* partialImagePath() { return gPartial; }
+void removePartialImages() {
+    for (int i = 0; i < kPartialSlots; ++i)
+        if (gPartialState[i].load() == 2) ::unlink(gPartial[i]);
+}
+
+std::string defaultCompression(const std::string& path) {
+    std::string ext = lowerExtension(path);
+    if (ext == ".png") return "zip:1";
+    if (ext == ".exr") return "zips";
+    return "";
+}
 
 bool imageSize(const std::string& path, int* width, int* height, std::string* error) {
     auto in = OIIO::ImageInput::open(path);
@@ -97,7 +121,16 @@ bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::st
     return true;
 }
 
-bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error) {
+bool canWriteImageType(const std::string& path, std::string* error) {
+    auto out = OIIO::ImageOutput::create(path);
+    if (out) return true;
+    if (error) *error = "no image writer for '" + path + "' (use .png, .exr, .tif, .jpg, .dpx ...)";
+    OIIO::geterror();  // clears the library's message
+    return false;
+}
+
+bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
+                const ImageWriteSettings& settings) {
     auto fail = [&](const std::string& why) {
         if (error) *error = "cannot write image '" + path + "': " + why;
         return false;
@@ -118,6 +151,8 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
     if (!out) return fail("no writer for this file type (" + OIIO::geterror() + ")");
     PartialMark partial(temporary);
     OIIO::ImageSpec spec(frame.width(), frame.height(), 3, fileType);
+    std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
+    if (!compression.empty()) spec.attribute("compression", compression);
     if (!out->open(temporary, spec)) return fail(out->geterror());
     int w = frame.width(), h = frame.height();
     bool ok;
@@ -151,6 +186,10 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
     if (!ok) {
         std::remove(temporary.c_str());
         return fail(why);
+    }
+    if (settings.beforeRename && !settings.beforeRename()) {
+        std::remove(temporary.c_str());
+        return fail("abandoned after an earlier frame failed");
     }
     if (std::rename(temporary.c_str(), path.c_str()) != 0) {
         std::string reason = std::strerror(errno);
