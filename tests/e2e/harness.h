@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -130,6 +131,10 @@ struct InProcess {
             plugin.panel().resolve(reference, sparkhost::ControlUse::Value, &host, &error);
         ASSERT_NE(c, nullptr) << error;
         ASSERT_TRUE(plugin.panel().setValue(*c, value, &error)) << error;
+    }
+    // The same for several controls, each written "reference=value".
+    void setRecords(std::initializer_list<const char*> assignments) {
+        for (const std::string a : assignments) setRecord(a.substr(0, a.find('=')), a.substr(a.find('=') + 1));
     }
 };
 
