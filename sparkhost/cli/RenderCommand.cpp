@@ -90,9 +90,16 @@ int runRender(const RenderOptions& o) {
     if (o.depth != 8 && o.depth != 12) return complain("--depth must be 8 or 12");
     if (o.yes && o.no) return complain("--yes and --no exclude each other");
 
+    // Colour management takes the "@SPACE" suffixes off the clips before they are parsed.
+    ColourManagement colour;
+    std::vector<std::string> clipTexts = o.clips;
+    if (!colour.configure(o.colour, &clipTexts, o.output, &error)) return complain(error);
+
     // Input clips.
     ClipSet clips;
-    for (const auto& spec : o.clips) {
+    clips.setReader([&colour](int clip, const std::string& path, int depthCode, FrameBuffer* out,
+                              std::string* why) { return colour.readClip(clip, path, depthCode, out, why); });
+    for (const auto& spec : clipTexts) {
         size_t eq = spec.find('=');
         std::string number = spec.substr(0, eq);
         if (eq == std::string::npos || number.size() != 1 || number[0] < '1' || number[0] > '5')
@@ -241,7 +248,7 @@ int runRender(const RenderOptions& o) {
         const FrameBuffer* image = resultFrame(host, result, &scratch);
         if (viewer.active()) image = &viewer.frame(*image);
         auto writeStart = std::chrono::steady_clock::now();
-        if (!writeImage(output.path(frame), *image, &error)) {
+        if (!colour.writeFrame(output.path(frame), *image, &error)) {
             progress.clearLine();
             return complain(error, kFailed);
         }
@@ -253,6 +260,7 @@ int runRender(const RenderOptions& o) {
     std::snprintf(times, sizeof times, "; plug-in %.2f s, reading %.2f s, writing %.2f s",
                   frameSeconds - readSeconds, readSeconds, writeSeconds);
     progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output + times);
+    for (const auto& line : colour.report()) std::cerr << "sparkhost: " << line << "\n";
 
     if (!o.saveSetup.empty()) {
         host.setSetupName(o.saveSetup);

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "sparkhost/lib/ColourManagement.h"
+
 namespace sparkhost {
 
 struct RenderOptions {
@@ -34,6 +36,7 @@ struct RenderOptions {
     bool overlay = false;               // write the viewer's picture: the frame with the overlay
     std::string drag;                   // "X0,Y0:X1,Y1", a drag in the viewer on the first frame
     std::string output;
+    ColourOptions colour;
 };
 
 int runRender(const RenderOptions& options);

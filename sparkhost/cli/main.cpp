@@ -72,6 +72,16 @@ int main(int argc, char** argv) {
                                              "handles and guides drawn over it");
     render->add_option("--drag", r.drag, "Drag in the viewer once the first frame is shown: X0,Y0:X1,Y1 "
                                          "in frame pixels from the top-left corner");
+    render->add_option("--input-colorspace", r.colour.inputs,
+                       "Colour space of clip N: N=NAME (or --clip N=PATTERN@NAME); 'raw' takes the "
+                       "file as it is. Default: scene-linear for float files, as it is otherwise");
+    render->add_option("--working-colorspace", r.colour.working,
+                       "The colour space the plug-in works in (default sRGB)");
+    render->add_option("--output-colorspace", r.colour.output,
+                       "Colour space of the frames written (default: scene-linear for OpenEXR, "
+                       "as it is otherwise)");
+    render->add_flag("--no-colour-management", r.colour.off,
+                     "Take every file as it is: float values go straight into the host's codes");
     render->add_option("-o,--output", r.output, "Output frames: name.####.ext or name.%04d.ext")->required();
     render->footer(
         "Examples:\n"
@@ -83,6 +93,8 @@ int main(int argc, char** argv) {
         "      --resolution 1/2 -o out/preview.####.jpg\n"
         "  sparkhost render build/vesk.spark --frames 1-20 --overlay --drag 1075,605:400,300 \\\n"
         "      -o out/handles.####.png\n"
+        "  OCIO=config.ocio sparkhost render build/vesk.spark --clip 1=plate.####.exr@ACEScg \\\n"
+        "      --output-colorspace ACEScg -o out/comp.####.exr\n"
         "Keyframe file lines:  Vesk Size 1 20   /   Vesk Size 100 300");
 
     try {
