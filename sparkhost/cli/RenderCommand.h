@@ -2,47 +2,19 @@
 #ifndef SPARKHOST_CLI_RENDERCOMMAND_H
 #define SPARKHOST_CLI_RENDERCOMMAND_H
 
-#include <string>
-#include <vector>
-
-#include "sparkhost/lib/ColourManagement.h"
+#include "RenderOptions.h"
 
 namespace sparkhost {
 
-struct RenderOptions {
-    std::string plugin;
-    std::string frames = "1";
-    std::vector<std::string> clips;     // "N=PATTERN"
-    int depth = 8;
-    std::string size;                   // "WxH"
-    int threads = 0;                    // 0: one per processor
-    float pixelAspect = 1.0f;           // what sparkGraphSetup reports
-    std::string resolution;             // an entry of the plug-in's resolution list, e.g. "1/2"
-    std::vector<std::string> sets;      // "NAME=VALUE"
-    std::vector<std::string> presses;   // "NAME"
-    // --set and --press in the order they were given: a preset pressed first and then adjusted
-    // must not be undone by its own later press. Empty when built by hand: sets, then presses.
-    struct Edit {
-        bool press;
-        std::string text;
-    };
-    std::vector<Edit> edits;
-    std::string setup;
-    std::string saveSetup;
-    std::string keys;
-    bool yes = false;
-    bool no = false;
-    std::string file;
-    bool overlay = false;               // write the viewer's picture: the frame with the overlay
-    std::string drag;                   // "X0,Y0:X1,Y1", a drag in the viewer on the first frame
-    std::string output;
-    ColourOptions colour;
-};
+// Exit codes: 0 done, 2 bad input (refused before any frame is written), 1 a failure while
+// rendering.
+constexpr int kBadInput = 2;
+constexpr int kFailed = 1;
 
 int runRender(const RenderOptions& options);
 
-// "WxH" with both at least 1.
-bool parseSize(const std::string& text, int* width, int* height, std::string* error);
+// Prints "sparkhost: text" on standard error and returns the code.
+int complain(const std::string& text, int code = kBadInput);
 
 }  // namespace sparkhost
 

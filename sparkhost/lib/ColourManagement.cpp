@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <mutex>
 #include <set>
 
 #include "sparkhost/lib/ImageFiles.h"
@@ -42,6 +43,7 @@ struct ColourManagement::Impl {
     std::map<int, std::set<std::string>> clipTransforms;
     std::set<std::string> outputTransforms;
     std::map<int, long long> clipped;
+    mutable std::mutex mutex;        // the processors and records above; reads and writes overlap
 
     // The canonical name of a space, role or "raw"; "" when the config knows no such thing.
     std::string resolve(const std::string& name) const {
@@ -72,6 +74,7 @@ struct ColourManagement::Impl {
                    std::string* error) {
         out->reset();
         if (from == to) return true;
+        std::lock_guard<std::mutex> lock(mutex);
         auto key = std::make_pair(from, to);
         auto found = processors.find(key);
         if (found == processors.end()) {
@@ -186,6 +189,7 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     auto explicitSpace = m.inputs.find(clip);
     std::string from = explicitSpace == m.inputs.end() ? "" : explicitSpace->second;
     if (m.off || ((from.empty() || from == kRaw) && !isFloatImage(path))) {
+        std::lock_guard<std::mutex> lock(m.mutex);
         m.clipTransforms[clip].insert("taken as it is");
         return readImage(path, depthCode, out, error);
     }
@@ -200,19 +204,26 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     long long lost = 0;
     for (size_t i = 0; i < image.rgb.size(); i += 3)
         lost += outsideUnit(image.rgb[i]) || outsideUnit(image.rgb[i + 1]) || outsideUnit(image.rgb[i + 2]);
-    m.clipped[clip] += lost;
-    m.clipTransforms[clip].insert(convert ? from + " -> " + m.working : "taken as it is (float)");
+    {
+        std::lock_guard<std::mutex> lock(m.mutex);
+        m.clipped[clip] += lost;
+        m.clipTransforms[clip].insert(convert ? from + " -> " + m.working : "taken as it is (float)");
+    }
     frameFromFloat(image, depthCode, out);
     return true;
 }
 
-bool ColourManagement::writeFrame(const std::string& path, const FrameBuffer& frame, std::string* error) {
+bool ColourManagement::writeFrame(const std::string& path, const FrameBuffer& frame, std::string* error,
+                                  const ImageWriteSettings& settings) {
     Impl& m = *impl_;
     std::string to = m.output;
     if (!m.off && to.empty() && writesFloat(path) && !m.linearDefault(path, &to, error)) return false;
     if (m.off || to.empty() || to == kRaw) {
-        m.outputTransforms.insert("taken as it is");
-        return writeImage(path, frame, error);
+        {
+            std::lock_guard<std::mutex> lock(m.mutex);
+            m.outputTransforms.insert("taken as it is");
+        }
+        return writeImage(path, frame, error, settings);
     }
     FloatImage image;
     image.width = frame.width();
@@ -227,11 +238,15 @@ bool ColourManagement::writeFrame(const std::string& path, const FrameBuffer& fr
     if (!m.processor(m.working, to, &convert, error)) return false;
     if (convert) convert->apply(image.rgb.data(), image.width, image.height, 3, sizeof(float), 3 * sizeof(float),
                                 3 * sizeof(float) * image.width);
-    m.outputTransforms.insert(convert ? m.working + " -> " + to : "taken as it is");
-    return writeImageFloat(path, image, isTwelveBit(frame.depthCode()), error);
+    {
+        std::lock_guard<std::mutex> lock(m.mutex);
+        m.outputTransforms.insert(convert ? m.working + " -> " + to : "taken as it is");
+    }
+    return writeImageFloat(path, image, isTwelveBit(frame.depthCode()), error, settings);
 }
 
 long long ColourManagement::clippedPixels(int clip) const {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
     auto found = impl_->clipped.find(clip);
     return found == impl_->clipped.end() ? 0 : found->second;
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
+#include "sparkhost/lib/ImageFiles.h"
 
 namespace sparkhost {
 
@@ -37,8 +38,9 @@ public:
 
     // A clip's frame in working-space host codes. clip counts from 0.
     bool readClip(int clip, const std::string& path, int depthCode, FrameBuffer* out, std::string* error);
-    // A rendered frame written in the output space.
-    bool writeFrame(const std::string& path, const FrameBuffer& frame, std::string* error);
+    // A rendered frame written in the output space. Reads and writes may run on several threads.
+    bool writeFrame(const std::string& path, const FrameBuffer& frame, std::string* error,
+                    const ImageWriteSettings& settings = {});
 
     // The transforms used and, once per clip, how many pixels the working space clipped.
     std::vector<std::string> report() const;

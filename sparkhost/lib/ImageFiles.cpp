@@ -3,6 +3,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -46,19 +47,42 @@ void fillFrame(const std::vector<uint16_t>& pixels16, const std::vector<uint8_t>
     }
 }
 
-char gPartial[4096];
+// The temporary files of the writes under way (several writer threads write at once), for an
+// interrupting signal's handler. A slot is claimed, filled, then marked ready; the handler only
+// reads ready slots.
+constexpr int kPartialSlots = 32;
+char gPartial[kPartialSlots][4096];
+std::atomic<int> gPartialState[kPartialSlots];  // 0 free, 1 being filled, 2 ready
 
-// Marks the temporary file of the write under way, for an interrupting signal's handler.
 struct PartialMark {
+    int slot = -1;
     explicit PartialMark(const std::string& path) {
-        std::snprintf(gPartial, sizeof gPartial, "%s", path.c_str());
+        for (int i = 0; i < kPartialSlots && slot < 0; ++i) {
+            int free = 0;
+            if (gPartialState[i].compare_exchange_strong(free, 1)) slot = i;
+        }
+        if (slot < 0) return;  // more writers than slots: this one is not cleaned up on a signal
+        std::snprintf(gPartial[slot], sizeof gPartial[slot], "%s", path.c_str());
+        gPartialState[slot].store(2);
     }
-    ~PartialMark() { gPartial[0] = '\0'; }
+    ~PartialMark() {
+        if (slot >= 0) gPartialState[slot].store(0);
+    }
 };
 
 }  // namespace
 
-const char* partialImagePath() { return gPartial; }
+void removePartialImages() {
+    for (int i = 0; i < kPartialSlots; ++i)
+        if (gPartialState[i].load() == 2) ::unlink(gPartial[i]);
+}
+
+std::string defaultCompression(const std::string& path) {
+    std::string ext = lowerExtension(path);
+    if (ext == ".png") return "zip:1";
+    if (ext == ".exr") return "zips";
+    return "";
+}
 
 bool imageSize(const std::string& path, int* width, int* height, std::string* error) {
     auto in = OIIO::ImageInput::open(path);
@@ -153,6 +177,14 @@ void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {
     fillFrame(pixels16, pixels8, w, h, 3, depthCode, out);
 }
 
+bool canWriteImageType(const std::string& path, std::string* error) {
+    auto out = OIIO::ImageOutput::create(path);
+    if (out) return true;
+    if (error) *error = "no image writer for '" + path + "' (use .png, .exr, .tif, .jpg, .dpx ...)";
+    OIIO::geterror();  // clears the library's message
+    return false;
+}
+
 namespace {
 
 // 8-bit frames go to 8-bit files, 12-bit frames to 16-bit files; OpenEXR always holds half floats
@@ -167,7 +199,7 @@ OIIO::TypeDesc fileTypeFor(const std::string& path, bool deep) {
 // Writes w x h RGB pixels of the given type under a temporary name in the same folder and renames
 // the file once it is complete.
 bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileType, OIIO::TypeDesc pixelType,
-                     const void* pixels, std::string* error) {
+                     const void* pixels, std::string* error, const ImageWriteSettings& settings) {
     auto fail = [&](const std::string& why) {
         if (error) *error = "cannot write image '" + path + "': " + why;
         return false;
@@ -182,6 +214,8 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
     if (!out) return fail("no writer for this file type (" + OIIO::geterror() + ")");
     PartialMark partial(temporary);
     OIIO::ImageSpec spec(w, h, 3, fileType);
+    std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
+    if (!compression.empty()) spec.attribute("compression", compression);
     if (!out->open(temporary, spec)) return fail(out->geterror());
     bool ok = out->write_image(pixelType, pixels);
     std::string why = ok ? "" : out->geterror();
@@ -193,6 +227,10 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
         std::remove(temporary.c_str());
         return fail(why);
     }
+    if (settings.beforeRename && !settings.beforeRename()) {
+        std::remove(temporary.c_str());
+        return fail("abandoned after an earlier frame failed");
+    }
     if (std::rename(temporary.c_str(), path.c_str()) != 0) {
         std::string reason = std::strerror(errno);
         std::remove(temporary.c_str());
@@ -203,7 +241,8 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
 
 }  // namespace
 
-bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error) {
+bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
+                const ImageWriteSettings& settings) {
     bool deep = isTwelveBit(frame.depthCode());
     OIIO::TypeDesc fileType = fileTypeFor(path, deep);
     int w = frame.width(), h = frame.height();
@@ -216,7 +255,7 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
                     pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
                         uint16_t(deep ? from12(v) : (v << 8) | v);
                 }
-        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT16, pixels.data(), error);
+        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT16, pixels.data(), error, settings);
     }
     std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 3);
     for (int y = 0; y < h; ++y)
@@ -227,12 +266,13 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
                 pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
                     uint8_t(deep ? (v * 255u + 2047u) / 4095u : v);
             }
-    return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, pixels.data(), error);
+    return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, pixels.data(), error, settings);
 }
 
-bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error) {
+bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error,
+                     const ImageWriteSettings& settings) {
     return writeAtomically(path, image.width, image.height, fileTypeFor(path, deep), OIIO::TypeDesc::FLOAT,
-                           image.rgb.data(), error);
+                           image.rgb.data(), error, settings);
 }
 
 bool writesFloat(const std::string& path) { return fileTypeFor(path, true) == OIIO::TypeDesc::HALF; }

@@ -3,6 +3,7 @@
 #ifndef SPARKHOST_LIB_IMAGEFILES_H
 #define SPARKHOST_LIB_IMAGEFILES_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,19 @@ bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::st
 // Writes a buffer: 8-bit frames as 8-bit files, 12-bit frames as 16-bit files (half float for
 // OpenEXR, 8-bit for formats that hold nothing deeper). The file appears under its name only once
 // complete: it is written under a temporary name in the same folder and then renamed.
-bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error);
+struct ImageWriteSettings {
+    // The writer's "compression" attribute ("zip:1", "piz", "none" ...); empty: defaultCompression.
+    std::string compression;
+    // Called once the file is complete under its temporary name, just before the rename: writers
+    // running side by side use it to publish their frames in order. Returning false abandons the
+    // file (the temporary is removed and the write fails).
+    std::function<bool()> beforeRename;
+};
+bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
+                const ImageWriteSettings& settings = {});
+// What a render writes its frames with: writeImage, or a colour-managed writer.
+using FrameWriteFunction = std::function<bool(const std::string& path, const FrameBuffer& frame,
+                                              std::string* error, const ImageWriteSettings& settings)>;
 
 // A file's pixels as floats, three per pixel (1.0 = full for integer files), for colour conversion.
 struct FloatImage {
@@ -34,13 +47,22 @@ bool isFloatImage(const std::string& path);
 // Host codes from float pixels, rounded exactly as readImage rounds a floating-point file.
 void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out);
 // Writes float pixels in the file type writeImage would use for a frame of that depth.
-bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error);
+bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error,
+                     const ImageWriteSettings& settings = {});
 // Whether writeImage stores this path's frames as floating point (OpenEXR).
 bool writesFloat(const std::string& path);
 
-// The temporary file a writeImage under way is writing, or "" between writes. A signal handler
-// may unlink it (the text lives in static storage), so that an interrupted render leaves nothing.
-const char* partialImagePath();
+// The compression a render uses unless told otherwise: fast settings, since a render writes every
+// frame once and the files are usually converted later. PNG: zlib level 1; OpenEXR: ZIP by single
+// scan line (lossless). Other formats keep the library's default ("").
+std::string defaultCompression(const std::string& path);
+
+// Whether an image writer exists for the path's file type.
+bool canWriteImageType(const std::string& path, std::string* error);
+
+// Removes the temporary files of the writes under way. Async-signal-safe: a signal handler calls
+// it so that an interrupted render leaves no half-written frame.
+void removePartialImages();
 
 }  // namespace sparkhost
 

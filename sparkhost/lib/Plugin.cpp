@@ -5,6 +5,8 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include "sparkhost/lib/PluginImports.h"
+
 namespace sparkhost {
 
 Plugin::Plugin(Host& host) : host_(host) {}
@@ -23,6 +25,18 @@ bool Plugin::load(const std::string& path, std::string* error) {
     if (::stat(path.c_str(), &st) != 0)
         return fail("cannot load plug-in '" + path + "': " + std::strerror(errno));
     if (!S_ISREG(st.st_mode)) return fail("cannot load plug-in '" + path + "': not a file");
+    // Checked before dlopen, which would name only the first missing function, and would run the
+    // static constructors of a file that cannot work here.
+    std::vector<std::string> missingFunctions;
+    std::string why;
+    if (!missingHostFunctions(path, &missingFunctions, &why))
+        return fail("'" + path + "' is not a Spark plug-in: " + why);
+    if (!missingFunctions.empty()) {
+        std::string list;
+        for (const auto& name : missingFunctions) list += (list.empty() ? "" : ", ") + name;
+        return fail("cannot load plug-in '" + path + "': it needs host functions sparkhost does not provide: " +
+                    list);
+    }
     // A bare file name would send dlopen searching the library path instead of this folder.
     std::string where = path.find('/') == std::string::npos ? "./" + path : path;
     dlerror();
