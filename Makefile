@@ -4,7 +4,7 @@ BUILD_SANITIZE ?= build-sanitize
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup build test test-release test-sanitize demo bench clean
+.PHONY: all setup build test test-release test-sanitize demo bench farm-test clean
 
 all: build
 
@@ -37,6 +37,13 @@ bench:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release -DVESK_BENCH=ON $(CMAKE_FLAGS)
 	cmake --build $(BUILD) -j$(JOBS)
 	@scripts/bench.sh $(BUILD)
+
+# A one-node Slurm cluster on this machine renders the demo scene in four chunks (needs root).
+farm-test:
+	@scripts/setup.sh farm
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
+	cmake --build $(BUILD) -j$(JOBS) --target vesk sparkhost
+	@scripts/farm-test.sh $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(BUILD_SANITIZE) out

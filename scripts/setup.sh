@@ -13,7 +13,8 @@ for extra in "$@"; do
     case "$extra" in
         demo) PACKAGES="$PACKAGES ffmpeg" ;;
         bench) PACKAGES="$PACKAGES libopencv-dev hyperfine" ;;
-        *) echo "setup: unknown package group '$extra' (known: demo, bench)" >&2; exit 2 ;;
+        farm) PACKAGES="$PACKAGES slurm-wlm munge" ;;
+        *) echo "setup: unknown package group '$extra' (known: demo, bench, farm)" >&2; exit 2 ;;
     esac
 done
 

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "sparkhost/lib/ColourManagement.h"
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Plugin.h"
@@ -142,6 +143,10 @@ int runInfo(const InfoOptions& options) {
         }
     }
     printPanel(plugin, std::cout);
+    ColourManagement colour;
+    std::vector<std::string> noClips;
+    if (colour.configure(ColourOptions(), &noClips, "", &error)) std::cout << "\n" << colour.describeConfig();
+    else std::cerr << "sparkhost: " << error << "\n";
     std::cout.flush();
     std::fflush(stdout);
     dup2(2, 1);

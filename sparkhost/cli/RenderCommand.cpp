@@ -95,8 +95,14 @@ bool applyEdits(const RenderOptions& o, const RenderInputs& in, Plugin& plugin, 
 
 int runRender(const RenderOptions& o) {
     std::string error;
+    // Colour management takes the "@SPACE" suffixes off the clips before they are checked.
+    ColourManagement colour;
+    RenderOptions plain = o;
+    if (!colour.configure(o.colour, &plain.clips, o.output, &error)) return complain(error);
     RenderInputs in;
-    if (!checkRenderInputs(o, &in, &error)) return complain(error);
+    if (!checkRenderInputs(plain, &in, &error)) return complain(error);
+    in.clips.setReader([&colour](int clip, const std::string& path, int depthCode, FrameBuffer* out,
+                                 std::string* why) { return colour.readClip(clip, path, depthCode, out, why); });
     const std::vector<int>& frames = in.frames;
 
     Host host;
@@ -154,10 +160,13 @@ int runRender(const RenderOptions& o) {
     LoopSettings settings;
     settings.overlap = !o.noOverlap;
     settings.compression = o.compression;
+    settings.write = [&colour](const std::string& path, const FrameBuffer& frame, std::string* why,
+                               const ImageWriteSettings& write) { return colour.writeFrame(path, frame, why, write); };
     LoopTimes times;
     int code = renderLoop(plugin, clips, viewer, frames, in.output, progress, settings, &times, &error);
     if (code != 0) return complain(error, code);
     progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output + stageSummary(times));
+    for (const auto& line : colour.report()) std::cerr << "sparkhost: " << line << "\n";
 
     if (!o.saveSetup.empty()) {
         host.setSetupName(o.saveSetup);

@@ -38,7 +38,8 @@ int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const st
                LoopTimes* times, std::string* error) {
     Host& host = plugin.host();
     std::unique_ptr<FrameWriters> writers;
-    if (settings.overlap) writers.reset(new FrameWriters(settings.writers, settings.compression));
+    if (settings.overlap) writers.reset(new FrameWriters(settings.writers, settings.compression, settings.write));
+    FrameWriteFunction write = settings.write ? settings.write : FrameWriteFunction(writeImage);
     ImageWriteSettings direct;
     direct.compression = settings.compression;
 
@@ -68,7 +69,7 @@ int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const st
             if (!writers->submit(output.path(frame), *image)) break;  // the failure is reported below
         } else {
             auto writeStart = Clock::now();
-            if (!writeImage(output.path(frame), *image, error, direct)) return fail(*error);
+            if (!write(output.path(frame), *image, error, direct)) return fail(*error);
             times->write += since(writeStart);
         }
         progress.frameDone(++done, frame);

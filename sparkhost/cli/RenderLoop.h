@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Progress.h"
+#include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/SequencePattern.h"
 
 namespace sparkhost {
@@ -20,6 +21,7 @@ struct LoopSettings {
     bool overlap = true;
     int writers = 2;           // files encoded at once when overlapping
     std::string compression;   // empty: the writers' fast defaults
+    FrameWriteFunction write;  // empty: writeImage
 };
 
 // Seconds per stage over the whole loop: reading clip files, the plug-in, encoding and writing,

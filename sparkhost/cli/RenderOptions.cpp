@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "ColourOptions.h"
+
 namespace sparkhost {
 
 CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
@@ -42,6 +44,7 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
                                              "handles and guides drawn over it");
     render->add_option("--drag", o.drag, "Drag in the viewer once the first frame is shown: X0,Y0:X1,Y1 "
                                          "in frame pixels from the top-left corner");
+    addColourOptions(*render, o.colour);
     render->add_option("-o,--output", o.output, "Output frames: name.####.ext or name.%04d.ext")->required();
     render->footer(
         "Examples:\n"

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "sparkhost/lib/ColourManagement.h"
+
 namespace CLI {
 class App;
 }
@@ -42,6 +44,7 @@ struct RenderOptions {
     std::string output;
     std::string compression;            // the image writer's compression; empty: fast defaults
     bool noOverlap = false;             // read, render and write one after the other (to measure)
+    ColourOptions colour;
 };
 
 // Adds the render subcommand with every option bound to `options`.

@@ -96,7 +96,7 @@ bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
             image = &still->second;
         } else {
             std::string why;
-            if (!readImage(path, destination.depthCode(), &stills_[clip], &why)) {
+            if (!readFile(clip, path, destination.depthCode(), &stills_[clip], &why)) {
                 stills_.erase(clip);
                 lastError_ = "clip " + std::to_string(clip + 1) + ": " + why;
                 return false;
@@ -106,7 +106,7 @@ bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
     } else {
         if (!exists(path)) return false;  // a frame outside the sequence shows black
         std::string why;
-        if (!readImage(path, destination.depthCode(), &loaded, &why)) {
+        if (!readFile(clip, path, destination.depthCode(), &loaded, &why)) {
             lastError_ = "clip " + std::to_string(clip + 1) + ": " + why;
             return false;
         }

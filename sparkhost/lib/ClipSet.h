@@ -4,11 +4,13 @@
 #ifndef SPARKHOST_LIB_CLIPSET_H
 #define SPARKHOST_LIB_CLIPSET_H
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
+#include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/SequencePattern.h"
 
 namespace sparkhost {
@@ -31,6 +33,11 @@ public:
     const std::string& lastError() const { return lastError_; }
     void clearError() { lastError_.clear(); }
 
+    // Reads a clip's file into host codes instead of readImage (colour management does).
+    using Reader = std::function<bool(int clip, const std::string& path, int depthCode, FrameBuffer* out,
+                                      std::string* error)>;
+    void setReader(Reader reader) { reader_ = std::move(reader); }
+
     // Wall-clock seconds spent in read() so far, so a render can report its image reading apart
     // from the plug-in's own time.
     double readSeconds() const { return readSeconds_; }
@@ -42,8 +49,12 @@ private:
     FrameBuffer plate_;
     std::string lastError_;
     double readSeconds_ = 0.0;
+    Reader reader_;
 
     bool readTimed(int clip, int frame, FrameBuffer& destination);
+    bool readFile(int clip, const std::string& path, int depthCode, FrameBuffer* out, std::string* error) {
+        return reader_ ? reader_(clip, path, depthCode, out, error) : readImage(path, depthCode, out, error);
+    }
 };
 
 }  // namespace sparkhost

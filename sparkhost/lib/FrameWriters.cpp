@@ -4,8 +4,8 @@
 
 namespace sparkhost {
 
-FrameWriters::FrameWriters(int threads, const std::string& compression)
-    : compression_(compression), capacity_(size_t(threads < 1 ? 1 : threads) * 2) {
+FrameWriters::FrameWriters(int threads, const std::string& compression, FrameWriteFunction write)
+    : compression_(compression), write_(write ? std::move(write) : FrameWriteFunction(writeImage)), capacity_(size_t(threads < 1 ? 1 : threads) * 2) {
     for (int i = 0; i < (threads < 1 ? 1 : threads); ++i) threads_.emplace_back([this] { writerLoop(); });
 }
 
@@ -79,7 +79,7 @@ void FrameWriters::writerLoop() {
                 std::lock_guard<std::mutex> lock(mutex_);
                 return error_.empty();
             };
-            ok = writeImage(job.path, job.frame, &why, settings);
+            ok = write_(job.path, job.frame, &why, settings);
         }
         if (!turnTaken) waitForTurn(job.sequence);
         double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -19,7 +19,8 @@ namespace sparkhost {
 class FrameWriters {
 public:
     // threads: how many files are encoded at once. At most twice as many frames wait in memory.
-    FrameWriters(int threads, const std::string& compression);
+    // write: what encodes a file (called from several threads at once); empty: writeImage.
+    FrameWriters(int threads, const std::string& compression, FrameWriteFunction write = {});
     ~FrameWriters();  // finishes every queued frame
     FrameWriters(const FrameWriters&) = delete;
     FrameWriters& operator=(const FrameWriters&) = delete;
@@ -42,6 +43,7 @@ private:
     void waitForTurn(long sequence);
 
     std::string compression_;
+    FrameWriteFunction write_;
     size_t capacity_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;

@@ -29,6 +29,24 @@ unsigned to12(unsigned v16) { return (v16 * 4095u + 32767u) / 65535u; }
 // Twelve bits back to sixteen by repeating the top bits, so 4095 becomes 65535 exactly.
 unsigned from12(unsigned v12) { return (v12 << 4) | (v12 >> 8); }
 
+// Host codes from interleaved file pixels of nch channels (16-bit for 12-bit frames, else 8-bit).
+// Grey images fill all three channels; further channels are dropped.
+void fillFrame(const std::vector<uint16_t>& pixels16, const std::vector<uint8_t>& pixels8, int w, int h,
+               int nch, int depthCode, FrameBuffer* out) {
+    bool deep = isTwelveBit(depthCode);
+    out->resize(w, h, depthCode);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            size_t base = (size_t(y) * size_t(w) + size_t(x)) * size_t(nch);
+            for (int c = 0; c < 3; ++c) {
+                size_t src = base + size_t(nch >= 3 ? c : 0);
+                if (deep) out->setRaw(x, y, c, to12(pixels16[src]) << 4);
+                else out->setRaw(x, y, c, pixels8[src]);
+            }
+        }
+    }
+}
+
 // The temporary files of the writes under way (several writer threads write at once), for an
 // interrupting signal's handler. A slot is claimed, filled, then marked ready; the handler only
 // reads ready slots.
@@ -107,18 +125,56 @@ bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::st
         return false;
     }
     in->close();
-    out->resize(w, h, depthCode);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            size_t base = (size_t(y) * size_t(w) + size_t(x)) * size_t(nch);
-            for (int c = 0; c < 3; ++c) {
-                size_t src = base + size_t(nch >= 3 ? c : 0);
-                if (deep) out->setRaw(x, y, c, to12(pixels16[src]) << 4);
-                else out->setRaw(x, y, c, pixels8[src]);
-            }
-        }
-    }
+    fillFrame(pixels16, pixels8, w, h, nch, depthCode, out);
     return true;
+}
+
+bool readImageFloat(const std::string& path, FloatImage* out, std::string* error) {
+    auto in = OIIO::ImageInput::open(path);
+    if (!in) {
+        std::string why = OIIO::geterror();
+        if (error) *error = "cannot read image '" + path + "': " + (why.empty() ? "unknown format" : why);
+        return false;
+    }
+    const OIIO::ImageSpec& spec = in->spec();
+    int w = spec.width, h = spec.height, nch = spec.nchannels;
+    if (w <= 0 || h <= 0 || nch <= 0) {
+        if (error) *error = "cannot read image '" + path + "': it has no pixels";
+        return false;
+    }
+    std::vector<float> all(size_t(w) * size_t(h) * size_t(nch));
+    if (!in->read_image(0, 0, 0, nch, OIIO::TypeDesc::FLOAT, all.data())) {
+        if (error) *error = "cannot read image '" + path + "': " + in->geterror();
+        return false;
+    }
+    out->width = w;
+    out->height = h;
+    out->floatFile = spec.format.is_floating_point();
+    out->rgb.resize(size_t(w) * size_t(h) * 3);
+    for (size_t i = 0, n = size_t(w) * size_t(h); i < n; ++i)
+        for (size_t c = 0; c < 3; ++c) out->rgb[i * 3 + c] = all[i * size_t(nch) + (nch >= 3 ? c : 0)];
+    return true;
+}
+
+bool isFloatImage(const std::string& path) {
+    auto in = OIIO::ImageInput::open(path);
+    return in && in->spec().format.is_floating_point();
+}
+
+void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {
+    // The same conversion OpenImageIO makes when a float file is read as integers, so a float
+    // file taken as it is gives the codes it always gave.
+    int w = image.width, h = image.height;
+    std::vector<uint16_t> pixels16;
+    std::vector<uint8_t> pixels8;
+    bool deep = isTwelveBit(depthCode);
+    if (deep) pixels16.resize(image.rgb.size());
+    else pixels8.resize(image.rgb.size());
+    OIIO::convert_image(3, w, h, 1, image.rgb.data(), OIIO::TypeDesc::FLOAT, OIIO::AutoStride, OIIO::AutoStride,
+                        OIIO::AutoStride, deep ? static_cast<void*>(pixels16.data()) : pixels8.data(),
+                        deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8, OIIO::AutoStride,
+                        OIIO::AutoStride, OIIO::AutoStride);
+    fillFrame(pixels16, pixels8, w, h, 3, depthCode, out);
 }
 
 bool canWriteImageType(const std::string& path, std::string* error) {
@@ -129,18 +185,25 @@ bool canWriteImageType(const std::string& path, std::string* error) {
     return false;
 }
 
-bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
-                const ImageWriteSettings& settings) {
+namespace {
+
+// 8-bit frames go to 8-bit files, 12-bit frames to 16-bit files; OpenEXR always holds half floats
+// and the formats that hold nothing deeper get 8 bits.
+OIIO::TypeDesc fileTypeFor(const std::string& path, bool deep) {
+    std::string ext = lowerExtension(path);
+    if (ext == ".exr") return OIIO::TypeDesc::HALF;
+    if (ext == ".jpg" || ext == ".jpeg" || ext == ".gif" || ext == ".bmp") return OIIO::TypeDesc::UINT8;
+    return deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8;
+}
+
+// Writes w x h RGB pixels of the given type under a temporary name in the same folder and renames
+// the file once it is complete.
+bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileType, OIIO::TypeDesc pixelType,
+                     const void* pixels, std::string* error, const ImageWriteSettings& settings) {
     auto fail = [&](const std::string& why) {
         if (error) *error = "cannot write image '" + path + "': " + why;
         return false;
     };
-    std::string ext = lowerExtension(path);
-    bool deep = isTwelveBit(frame.depthCode());
-    OIIO::TypeDesc fileType = deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8;
-    if (ext == ".exr") fileType = OIIO::TypeDesc::HALF;
-    if (ext == ".jpg" || ext == ".jpeg" || ext == ".gif" || ext == ".bmp") fileType = OIIO::TypeDesc::UINT8;
-
     size_t slash = path.rfind('/');
     std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
     std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -150,34 +213,11 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
     auto out = OIIO::ImageOutput::create(path);
     if (!out) return fail("no writer for this file type (" + OIIO::geterror() + ")");
     PartialMark partial(temporary);
-    OIIO::ImageSpec spec(frame.width(), frame.height(), 3, fileType);
+    OIIO::ImageSpec spec(w, h, 3, fileType);
     std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
     if (!compression.empty()) spec.attribute("compression", compression);
     if (!out->open(temporary, spec)) return fail(out->geterror());
-    int w = frame.width(), h = frame.height();
-    bool ok;
-    if (fileType == OIIO::TypeDesc::HALF || (deep && fileType == OIIO::TypeDesc::UINT16)) {
-        std::vector<uint16_t> pixels(size_t(w) * size_t(h) * 3);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < 3; ++c) {
-                    unsigned v = frame.value(x, y, c);
-                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
-                        uint16_t(deep ? from12(v) : (v << 8) | v);
-                }
-        ok = out->write_image(OIIO::TypeDesc::UINT16, pixels.data());
-    } else {
-        std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 3);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < 3; ++c) {
-                    unsigned v = frame.value(x, y, c);
-                    // Deep frames kept in an 8-bit file are rounded to the nearest of 255 steps.
-                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
-                        uint8_t(deep ? (v * 255u + 2047u) / 4095u : v);
-                }
-        ok = out->write_image(OIIO::TypeDesc::UINT8, pixels.data());
-    }
+    bool ok = out->write_image(pixelType, pixels);
     std::string why = ok ? "" : out->geterror();
     if (!out->close() && ok) {
         ok = false;
@@ -198,5 +238,43 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
     }
     return true;
 }
+
+}  // namespace
+
+bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
+                const ImageWriteSettings& settings) {
+    bool deep = isTwelveBit(frame.depthCode());
+    OIIO::TypeDesc fileType = fileTypeFor(path, deep);
+    int w = frame.width(), h = frame.height();
+    if (fileType == OIIO::TypeDesc::HALF || (deep && fileType == OIIO::TypeDesc::UINT16)) {
+        std::vector<uint16_t> pixels(size_t(w) * size_t(h) * 3);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 3; ++c) {
+                    unsigned v = frame.value(x, y, c);
+                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
+                        uint16_t(deep ? from12(v) : (v << 8) | v);
+                }
+        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT16, pixels.data(), error, settings);
+    }
+    std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 3);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            for (int c = 0; c < 3; ++c) {
+                unsigned v = frame.value(x, y, c);
+                // Deep frames kept in an 8-bit file are rounded to the nearest of 255 steps.
+                pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
+                    uint8_t(deep ? (v * 255u + 2047u) / 4095u : v);
+            }
+    return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, pixels.data(), error, settings);
+}
+
+bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error,
+                     const ImageWriteSettings& settings) {
+    return writeAtomically(path, image.width, image.height, fileTypeFor(path, deep), OIIO::TypeDesc::FLOAT,
+                           image.rgb.data(), error, settings);
+}
+
+bool writesFloat(const std::string& path) { return fileTypeFor(path, true) == OIIO::TypeDesc::HALF; }
 
 }  // namespace sparkhost

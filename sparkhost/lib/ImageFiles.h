@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
 
@@ -30,6 +31,26 @@ struct ImageWriteSettings {
 };
 bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* error,
                 const ImageWriteSettings& settings = {});
+// What a render writes its frames with: writeImage, or a colour-managed writer.
+using FrameWriteFunction = std::function<bool(const std::string& path, const FrameBuffer& frame,
+                                              std::string* error, const ImageWriteSettings& settings)>;
+
+// A file's pixels as floats, three per pixel (1.0 = full for integer files), for colour conversion.
+struct FloatImage {
+    int width = 0;
+    int height = 0;
+    bool floatFile = false;  // the file itself holds floating-point pixels
+    std::vector<float> rgb;
+};
+bool readImageFloat(const std::string& path, FloatImage* out, std::string* error);
+bool isFloatImage(const std::string& path);
+// Host codes from float pixels, rounded exactly as readImage rounds a floating-point file.
+void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out);
+// Writes float pixels in the file type writeImage would use for a frame of that depth.
+bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error,
+                     const ImageWriteSettings& settings = {});
+// Whether writeImage stores this path's frames as floating point (OpenEXR).
+bool writesFloat(const std::string& path);
 
 // The compression a render uses unless told otherwise: fast settings, since a render writes every
 // frame once and the files are usually converted later. PNG: zlib level 1; OpenEXR: ZIP by single
