@@ -174,15 +174,22 @@ TEST_F(Bridge, NegativePressureIsAHoverNeverAPressOrRelease) {
     Event(0, 5, 5);
 }
 
-TEST_F(Bridge, EachHandleIsDrawnInItsOwnColour) {
-    SparkBoolean67.Value = 1;   // Avoid Predator
-    SparkBoolean71.Value = 1;   // Hunt Food
-    Overlay();
-    // Birth point white, birth area yellow, food green, predator red, in drawing order.
-    const std::vector<std::vector<double>> colours{{1, 1, 1}, {1, 1, 0}, {0, 1, 0}, {1, 0, 0}};
-    std::vector<std::vector<double>> seen;
-    for (const auto& c : glrec::Named("glColor3f")) seen.push_back(c.args);
-    EXPECT_EQ(seen, colours);
+TEST_F(Bridge, OnlyTheHandlesSwitchedOnAreDrawnEachInItsOwnColour) {
+    // Birth point white and birth area yellow always; food green with "Hunt Food", predator red
+    // with "Avoid Predator", in that order.
+    const std::vector<double> white{1, 1, 1}, yellow{1, 1, 0}, green{0, 1, 0}, red{1, 0, 0};
+    const struct { int predator, food; std::vector<std::vector<double>> colours; } cases[] = {
+        {0, 0, {white, yellow}}, {1, 0, {white, yellow, red}},
+        {0, 1, {white, yellow, green}}, {1, 1, {white, yellow, green, red}}};
+    for (const auto& c : cases) {
+        SparkBoolean67.Value = c.predator;
+        SparkBoolean71.Value = c.food;
+        glrec::Clear();
+        Overlay();
+        std::vector<std::vector<double>> seen;
+        for (const auto& call : glrec::Named("glColor3f")) seen.push_back(call.args);
+        EXPECT_EQ(seen, c.colours) << c.predator << c.food;
+    }
 }
 
 TEST_F(Bridge, HostDisabledInteractionAndViewerRatio) {
