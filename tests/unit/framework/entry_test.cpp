@@ -1,6 +1,5 @@
-// The host entry points driving the real effect in-process: start-up titles and modes, preview
-// resolutions, the blend and the bookkeeping the effect relies on. The banner, the old-host warning
-// and the buffer checks are run through the host in tests/e2e/host_vesk_frames_test.cpp.
+// The host entry points driving the real effect in-process: start-up reports and titles, the
+// buffer checks, preview resolutions, the blend and the bookkeeping the effect relies on.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
@@ -13,6 +12,7 @@
 #include "host/HostState.h"
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Panel.h"
+#include "sparkhost/lib/Pauses.h"
 
 extern "C" {
 unsigned int SparkInitialise(SparkInfoStruct);
@@ -50,6 +50,7 @@ protected:
         });
         panel.discover([](const char* name) { return dlsym(RTLD_DEFAULT, name); });
         host.setPanel(&panel);
+        sparkhost::resetPauses();
         saved_resolution = SparkPup33.Value;
         saved_blend = SparkFloat27.Value;
     }
@@ -70,6 +71,14 @@ protected:
         return out;
     }
 
+    // What the plug-in told the user (the host's own notes left out).
+    std::vector<sparkhost::HostMessage> shown() const {
+        std::vector<sparkhost::HostMessage> out;
+        for (const auto& m : host.messages())
+            if (m.kind != sparkhost::HostMessage::Note) out.push_back(m);
+        return out;
+    }
+
     unsigned long* frame(int number) {
         host.setCurrentFrame(number);
         host.loadInputs(number);
@@ -86,13 +95,23 @@ protected:
     float saved_blend = 0;
 };
 
-TEST_F(EntryTest, StartUpTitlesThePagesAndChoosesTheDepthMode) {
+TEST_F(EntryTest, StartUpReportsTheBuildAndModeAndTitlesThePages) {
     std::string out = start(24);
     EXPECT_EQ(result, 2u);
     EXPECT_EQ(SparkClips(), 5);
     EXPECT_EQ(host.registeredBuffers(), std::vector<int>{temp_id});
     EXPECT_EQ(DLtempBufferId, temp_id);
 
+    const std::string equals(51, '='), pluses(51, '+');
+    EXPECT_EQ(out.rfind("\n\nINTERACTIVE BUILD. The HOST PROGRAM is called: sparkhost\n" + equals +
+                            "\nCorvane MP-V5.0.7 Bramble 4-Vesk for Discreet  \n    UCAPI  Built ",
+                        0),
+              0u)
+        << out;
+    EXPECT_NE(out.find("\n" + equals + "\n... 8-10 bit mode selected.\nAvailable buffers = 8\n" +
+                       pluses + "\n\n"),
+              std::string::npos)
+        << out;
     EXPECT_EQ(out.find("ERROR"), std::string::npos);
 
     // The fourth page ends titled "Presets", after a first title.
@@ -102,6 +121,7 @@ TEST_F(EntryTest, StartUpTitlesThePagesAndChoosesTheDepthMode) {
               (std::map<int, std::string>{{0, "Back"}, {1, "SColour"}, {2, "SMatte"}}));
     EXPECT_EQ(host.setupLoads(), std::vector<std::string>{"/tmp/vesk_entry_test.setup"});
     EXPECT_EQ(DL_Sync_Ctrl, 1);
+    EXPECT_TRUE(shown().empty());
 
     SparkUnInitialise(host.info());
     EXPECT_EQ(host.setupSaves(), std::vector<std::string>{"/tmp/vesk_entry_test.setup"});
@@ -113,6 +133,41 @@ TEST_F(EntryTest, StartUpTitlesThePagesAndChoosesTheDepthMode) {
                   std::string::npos);
         EXPECT_EQ(DLtwelveBit, twelve) << depth;
     }
+}
+
+TEST_F(EntryTest, AnOldHostIsToldButStartUpGoesOn) {
+    host.setApiVersion(3.5f);
+    start();
+    EXPECT_EQ(result, 2u);
+    ASSERT_EQ(shown().size(), 1u);
+    EXPECT_EQ(shown()[0].kind, sparkhost::HostMessage::Error);
+    EXPECT_EQ(shown()[0].text,
+              "This version of \"4-Vesk\" needs IFFFS 7.0/4.0 (sparks API 4.0) or higher.");
+    EXPECT_EQ(host.pageTitles().at(3), "Presets");
+}
+
+TEST_F(EntryTest, TooFewBuffersTurnProcessingOff) {
+    host.setFreeMemory(1);
+    std::string out = start();
+    EXPECT_EQ(result, 2u);
+    EXPECT_NE(out.find("Available buffers = 1\n"
+                       "+++++++++++++++++++++++++++++++++++++++++++++++++++\n\n"
+                       "ERROR: we need 2 image buffers, but we only got 1.\n"
+                       "... Processing will be turned off ...\n"),
+              std::string::npos)
+        << out;
+    ASSERT_EQ(shown().size(), 1u);
+    EXPECT_EQ(shown()[0].text, "Insufficient image buffers available! Giving up!");
+    EXPECT_EQ(host.pageTitles().at(0), "Vesk");  // the panel is set up all the same
+    // Every frame is refused with a readable message.
+    EXPECT_EQ(frame(1), nullptr);
+    ASSERT_EQ(shown().size(), 2u);
+    EXPECT_EQ(shown()[1].text, " Q4-Vesk cannot run due to insufficient buffers.");
+    EXPECT_EQ(sparkhost::pauseRequests(), (std::vector<unsigned>{5, 5}));
+
+    host.setFreeMemory(2);  // exactly enough
+    start();
+    EXPECT_FALSE(DLprocessingDisabled);
 }
 
 TEST_F(EntryTest, AFrameSetsTheStateTheEffectReads) {
@@ -138,6 +193,17 @@ TEST_F(EntryTest, AFrameSetsTheStateTheEffectReads) {
     EXPECT_EQ(Instance.info.result.image, nullptr);  // frame images live for one frame
     EXPECT_EQ(Instance.info.source4.index, 3);       // linked for random frame access
     EXPECT_EQ(Instance.info.source4.temp_record, &DLtempRecord);
+}
+
+TEST_F(EntryTest, AMissingBufferEndsTheFrameWithoutOutput) {
+    start();
+    for (int id : {temp_id, 2, 6, 1}) {
+        host.setFailingBuffer(id);
+        EXPECT_EQ(frame(3), nullptr) << "buffer " << id;
+        EXPECT_EQ(Instance.info.source1.image, nullptr) << "buffer " << id;  // released
+    }
+    host.setFailingBuffer(0);
+    EXPECT_NE(frame(3), nullptr);
 }
 
 TEST_F(EntryTest, ResolutionListEntriesMapToTheirDivisors) {
