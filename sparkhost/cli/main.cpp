@@ -8,6 +8,7 @@
 
 #include "InfoCommand.h"
 #include "RenderCommand.h"
+#include "ViewCommand.h"
 
 namespace {
 
@@ -85,6 +86,9 @@ int main(int argc, char** argv) {
         "      -o out/handles.####.png\n"
         "Keyframe file lines:  Vesk Size 1 20   /   Vesk Size 100 300");
 
+    sparkhost::ViewCommand view;
+    sparkhost::addViewCommand(app, view);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -92,6 +96,7 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : 2;
     }
     if (infoCmd->parsed()) return sparkhost::runInfo(info);
+    if (view.app->parsed()) return sparkhost::runViewCommand(view);
     size_t nextSet = 0, nextPress = 0;
     for (CLI::Option* option : render->parse_order()) {
         if (option == setOption && nextSet < r.sets.size())
