@@ -34,12 +34,12 @@ bool hasDisplay() {
 int runView(const ViewOptions& options) {
     if (!options.script.empty() && ::access(options.script.c_str(), R_OK) != 0)
         return complain("cannot read script '" + options.script + "'");
-    if (!hasDisplay())
-        return complain("no display to open the window on (DISPLAY is not set); on a machine "
-                        "without one run it under a virtual display: xvfb-run -a sparkhost view …");
     ViewSession session;
     std::string error;
     if (!session.open(options, &error)) return complain(error);
+    if (!hasDisplay())
+        return complain("no display to open the window on (DISPLAY is not set); on a machine "
+                        "without one run it under a virtual display: xvfb-run -a sparkhost view …");
 
     static int argc = 1;
     static char name[] = "sparkhost";
