@@ -18,6 +18,7 @@
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Plugin.h"
 #include "sparkhost/lib/Setup.h"
+#include "sparkhost/lib/ShotCatchUp.h"
 
 namespace sparkhost {
 
@@ -65,6 +66,12 @@ const FrameBuffer* resultFrame(Host& host, unsigned long* result, FrameBuffer* s
     scratch->resize(host.frameWidth(), host.frameHeight(), host.depthCode());
     std::copy_n(reinterpret_cast<const uint8_t*>(result), scratch->bytes(), scratch->data());
     return scratch;
+}
+
+// The step between the first two frames of the range: a chunk of a shot rendered every other
+// frame catches up every other frame too, as the long render processed them.
+int rangeStep(const std::vector<int>& frames) {
+    return frames.size() > 1 && frames[1] > frames[0] ? frames[1] - frames[0] : 1;
 }
 
 }  // namespace
@@ -141,8 +148,9 @@ int runRender(const RenderOptions& o) {
     host.setBeforeEcho([&progress] { progress.clearLine(); });
     host.setFrameSize(width, height);
     host.setBitDepth(o.depth);
-    int threads = o.threads > 0 ? o.threads : int(std::max(1u, std::thread::hardware_concurrency()));
-    host.setProcessors(threads);
+    host.setProcessors(o.layers);
+    host.setConcurrency(o.threads);
+    host.setKeepSetupErrors(true);
     host.setPixelAspectRatio(o.pixelAspect);
     host.setConfirmAnswer(!o.no);
     host.setBrowserAnswer(o.file);
@@ -156,6 +164,11 @@ int runRender(const RenderOptions& o) {
     Plugin plugin(host);
     if (!plugin.load(o.plugin, &error)) return complain(error);
     plugin.initialise();
+    if (!host.setupError().empty()) return complain(host.setupError());
+    if (o.shotStart >= 0) host.setShotStart(o.shotStart);
+    if (host.shotStart() > frames.front())
+        return complain("the shot starts at frame " + std::to_string(host.shotStart()) +
+                        ", after the first frame rendered (" + std::to_string(frames.front()) + ")");
     // A plug-in that never asks for its setup still gets the one given.
     if (!o.setup.empty() && std::find(host.setupLoads().begin(), host.setupLoads().end(), o.setup) ==
                                 host.setupLoads().end()) {
@@ -217,6 +230,10 @@ int runRender(const RenderOptions& o) {
 
     // The render.
     plugin.startRender();
+    if (host.shotStart() >= 0) {
+        if (!catchUp(plugin, host.shotStart(), frames.front(), nullptr, &error, rangeStep(frames)))
+            return complain(error, kFailed);
+    }
     progress.start(int(frames.size()));
     FrameBuffer scratch;
     int done = 0;

@@ -13,7 +13,9 @@ struct RenderOptions {
     std::vector<std::string> clips;     // "N=PATTERN"
     int depth = 8;
     std::string size;                   // "WxH"
-    int threads = 0;                    // 0: one per processor
+    int threads = 0;                    // jobs run at once; 0: one per processor of the machine
+    int layers = 4;                     // the processor count the plug-in is told
+    int shotStart = -1;                 // first frame of the shot; -1: the setup's, else none
     float pixelAspect = 1.0f;           // what sparkGraphSetup reports
     std::string resolution;             // an entry of the plug-in's resolution list, e.g. "1/2"
     std::vector<std::string> sets;      // "NAME=VALUE"

@@ -52,8 +52,16 @@ int main(int argc, char** argv) {
                        "stands for every frame. Without clip 1 a built-in plate is used");
     render->add_option("--depth", r.depth, "Host depth: 8 or 12 bits (default 8)")->check(CLI::IsMember({8, 12}));
     render->add_option("--size", r.size, "Frame size WxH (default: clip 1's size, else 1280x720)");
-    render->add_option("--threads", r.threads, "Processors given to the plug-in (default: all)")
+    render->add_option("--threads", r.threads, "How many of the plug-in's jobs run at once (default: "
+                                               "one per processor); frames do not depend on it")
+        ->check(CLI::Range(1, 1024));
+    render->add_option("--layers", r.layers, "The processor count the plug-in is told, and the jobs "
+                                             "it gets (default 4); frames depend on it")
         ->check(CLI::Range(1, 127));
+    render->add_option("--shot-start", r.shotStart, "First frame of the shot: the frames from it up to "
+                                                     "the range are processed without being written, so "
+                                                     "a chunk matches the same frames of one long render")
+        ->check(CLI::NonNegativeNumber);
     render->add_option("--pixel-aspect", r.pixelAspect, "Pixel aspect ratio the host reports (default 1)")
         ->check(CLI::PositiveNumber);
     render->add_option("--resolution", r.resolution, "Working resolution, an entry of the plug-in's "

@@ -8,6 +8,7 @@
 
 #include "sparkhost/lib/JobPool.h"
 #include "sparkhost/lib/Panel.h"
+#include "sparkhost/lib/Processors.h"
 #include "sparkhost/lib/Setup.h"
 
 namespace sparkhost {
@@ -67,12 +68,14 @@ bool fileExists(const std::string& path) {
 
 Host::Host() {
     liveHosts().push_back(this);
+    setProcessorAnswer(processors_);
     setInputClips(kMaxInputClips);
 }
 
 Host::~Host() {
     auto& hosts = liveHosts();
     hosts.erase(std::remove(hosts.begin(), hosts.end(), this), hosts.end());
+    setProcessorAnswer(hosts.empty() ? kDefaultProcessorAnswer : hosts.back()->processors_);
 }
 
 Host& Host::current() {
@@ -86,6 +89,7 @@ void Host::makeCurrent() {
     auto& hosts = liveHosts();
     hosts.erase(std::remove(hosts.begin(), hosts.end(), this), hosts.end());
     hosts.push_back(this);
+    setProcessorAnswer(processors_);
 }
 
 // ---- configuration ------------------------------------------------------------------------
@@ -106,6 +110,7 @@ void Host::setBitDepth(int bits) { setDepthCode(bits == 12 ? kDepth12 : kDepth8)
 void Host::setProcessors(int count) {
     // The record carries the count in a signed byte.
     processors_ = count < 1 ? 1 : (count > 127 ? 127 : count);
+    if (!liveHosts().empty() && liveHosts().back() == this) setProcessorAnswer(processors_);
 }
 
 // ---- frame record and buffers -------------------------------------------------------------
@@ -298,7 +303,11 @@ void Host::loadSetupRequest(const char* name) {
         return;
     }
     std::string error;
-    if (!readSetup(*panel_, *this, path, &error)) report(HostMessage::Error, error);
+    if (readSetup(*panel_, *this, path, &error)) return;
+    if (keepSetupErrors_)
+        setupError_ = error;
+    else
+        report(HostMessage::Error, error);
 }
 
 void Host::saveSetupRequest(const char* name) {
@@ -336,7 +345,8 @@ void Host::fork(void (*job)(), int nargs, const unsigned long* args) {
     std::array<unsigned long, kMaxForkArgs> a{};
     for (int i = 0; i < nargs; ++i) a[size_t(i)] = args[i];
     std::function<void(int)> run = [&](int) { callJob(job, nargs, a); };
-    jobPool().run(processors_, run);
+    int width = concurrency_ > 0 ? concurrency_ : machineProcessors();
+    jobPool().run(processors_, run, width);
 }
 
 }  // namespace sparkhost

@@ -61,7 +61,13 @@ public:
     void setFrameSize(int width, int height);
     void setDepthCode(int depthCode);   // 24 (8-bit) or 48 (12-bit); 64 is taken as 12-bit too
     void setBitDepth(int bits);         // 8 or 12
-    void setProcessors(int count);      // jobs per sparkMpFork, and NumProcessors in the record
+    // The processor count the plug-in is told: NumProcessors in the record, the answer of
+    // get_nprocs() while this host is current, and the number of jobs of every sparkMpFork.
+    // Frames depend on it, so it is fixed (4 by default) rather than taken from the machine.
+    void setProcessors(int count);
+    // How many of a fork's jobs run at once (0: one per processor of the machine); jobs beyond
+    // it wait for a free thread. Frames never depend on it.
+    void setConcurrency(int threads) { concurrency_ = threads < 0 ? 0 : threads; }
     void setFreeMemory(int buffers) { freeMemory_ = buffers; }
     void setPixelAspectRatio(float ratio) { pixelAspect_ = ratio; }
     void setViewerRatio(float ratio) { viewerRatio_ = ratio; }
@@ -79,12 +85,20 @@ public:
     void setSetupName(const std::string& name) { setupName_ = name; }
     // When on, sparkSaveSetup writes the setup file it is given; off, the request is only recorded.
     void setSaveSetups(bool save) { saveSetups_ = save; }
+    // When on, a setup the plug-in asks for that cannot be read is not shown as a message but
+    // kept in setupError() for the caller, which refuses to go on with a half-loaded setup.
+    void setKeepSetupErrors(bool keep) { keepSetupErrors_ = keep; }
+    const std::string& setupError() const { return setupError_; }
     // When on (the default), messages are also written to standard error with a prefix.
     void setEcho(bool echo) { echo_ = echo; }
     void setMessagePrefix(const std::string& prefix) { prefix_ = prefix; }
     // Called before a message is echoed (a progress display uses it to clear its line).
     void setBeforeEcho(std::function<void()> hook) { beforeEcho_ = std::move(hook); }
     void setTotalFrames(unsigned total) { totalFrames_ = total; }
+    // The first frame of the shot a render belongs to, which setups carry so that every chunk of
+    // a shot steps its simulation from the same frame; -1 when none is set.
+    void setShotStart(int frame) { shotStart_ = frame; }
+    int shotStart() const { return shotStart_; }
     void setMode(char mode) { mode_ = mode; }
     void setViewerOrigin(int x, int y) { originX_ = x; originY_ = y; }
     // An interactive front end asks the person: a handler replaces the fixed confirmation answer,
@@ -105,6 +119,7 @@ public:
     int depthCode() const { return depth_; }
     bool twelveBit() const { return isTwelveBit(depth_); }
     int processors() const { return processors_; }
+    int concurrency() const { return concurrency_; }
     int freeMemory() const { return freeMemory_; }
     float pixelAspectRatio() const { return pixelAspect_; }
     float viewerRatio() const { return viewerRatio_; }
@@ -199,7 +214,8 @@ private:
     int width_ = 1280;
     int height_ = 720;
     int depth_ = kDepth8;
-    int processors_ = 1;
+    int processors_ = 4;
+    int concurrency_ = 0;
     int freeMemory_ = 8;
     float pixelAspect_ = 1.0f;
     float viewerRatio_ = 1.0f;
@@ -213,10 +229,13 @@ private:
     bool buffersReady_ = true;
     std::string setupName_;
     bool saveSetups_ = false;
+    bool keepSetupErrors_ = false;
+    std::string setupError_;
     bool echo_ = true;
     std::string prefix_ = "sparkhost: ";
     std::function<void()> beforeEcho_;
     unsigned totalFrames_ = 1;
+    int shotStart_ = -1;
     char mode_ = 1;
     int originX_ = 0;
     int originY_ = 0;

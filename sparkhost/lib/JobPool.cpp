@@ -43,23 +43,32 @@ void JobPool::grow(int workers) {
     }
 }
 
+void JobPool::takeJobs() {
+    for (;;) {
+        int index, count;
+        const std::function<void(int)>* job;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            if (nextJob_ >= jobCount_) return;
+            index = nextJob_++;
+            count = jobCount_;
+            job = job_;
+        }
+        JobScope scope(index, count);
+        (*job)(index);
+    }
+}
+
 void JobPool::workerLoop(int worker, unsigned long seen) {
     for (;;) {
-        const std::function<void(int)>* job = nullptr;
-        int count = 0;
         {
             std::unique_lock<std::mutex> lock(mutex_);
             wake_.wait(lock, [&] { return stopping_ || generation_ != seen; });
             if (stopping_) return;
             seen = generation_;
-            if (worker + 1 >= jobCount_) continue;  // this run needs fewer workers
-            job = job_;
-            count = jobCount_;
+            if (worker >= helpers_) continue;  // this run needs fewer workers
         }
-        {
-            JobScope scope(worker + 1, count);
-            (*job)(worker + 1);
-        }
+        takeJobs();
         {
             std::lock_guard<std::mutex> lock(mutex_);
             if (--pending_ == 0) done_.notify_all();
@@ -67,10 +76,11 @@ void JobPool::workerLoop(int worker, unsigned long seen) {
     }
 }
 
-void JobPool::run(int count, const std::function<void(int)>& job) {
+void JobPool::run(int count, const std::function<void(int)>& job, int width) {
     if (count <= 0) return;
+    if (width <= 0 || width > count) width = count;
     std::unique_lock<std::mutex> exclusive(runMutex_, std::try_to_lock);
-    if (count == 1 || tJob >= 0 || !exclusive.owns_lock()) {
+    if (width == 1 || tJob >= 0 || !exclusive.owns_lock()) {
         for (int i = 0; i < count; ++i) {
             JobScope scope(i, count);
             job(i);
@@ -79,17 +89,16 @@ void JobPool::run(int count, const std::function<void(int)>& job) {
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        grow(count - 1);
+        grow(width - 1);
         job_ = &job;
         jobCount_ = count;
-        pending_ = count - 1;
+        nextJob_ = 0;
+        helpers_ = width - 1;
+        pending_ = width - 1;
         ++generation_;
     }
     wake_.notify_all();
-    {
-        JobScope scope(0, count);
-        job(0);
-    }
+    takeJobs();
     std::unique_lock<std::mutex> lock(mutex_);
     done_.wait(lock, [&] { return pending_ == 0; });
     job_ = nullptr;

@@ -33,6 +33,7 @@ bool writeSetup(const Panel& panel, const Host& host, const std::string& path, s
             out << "key " << c->record << " " << key.first << " " << value << "\n";
         }
     }
+    if (host.shotStart() >= 0) out << "shot-start " << host.shotStart() << "\n";
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     if (!file || !(file << out.str()) || !file.flush()) {
         if (error) *error = "cannot write setup file '" + path + "'";
@@ -72,6 +73,15 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
                 continue;
             }
             host.curve(Panel::channelType(*c), c->number).setKey(frame, value);
+            continue;
+        }
+        if (t.compare(0, 11, "shot-start ") == 0) {
+            std::istringstream in(t.substr(11));
+            int frame;
+            std::string extra;
+            if (!(in >> frame) || frame < 0 || (in >> extra))
+                return bad("'shot-start' needs one frame number from 0 up");
+            host.setShotStart(frame);
             continue;
         }
         size_t eq = line.find(" = ");

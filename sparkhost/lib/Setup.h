@@ -8,7 +8,8 @@
 //   key SparkFloat13 50 20
 //
 // One record per line as "record = value" with the record's raw value (list positions from 0,
-// colours as packed words); "key record frame value" lines give the keys of a curve.
+// colours as packed words); "key record frame value" lines give the keys of a curve, and a
+// "shot-start frame" line the first frame of the shot the setup renders (see ShotCatchUp.h).
 #ifndef SPARKHOST_LIB_SETUP_H
 #define SPARKHOST_LIB_SETUP_H
 
