@@ -18,3 +18,6 @@ mkdir -p "$OUT/scene"
 "$BUILD/sparkhost" render "$BUILD/vesk.spark" --frames 1-100 --size 1920x1080 \
     --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
     --keys examples/food-path.keys -o "$OUT/scene/vesk.####.png" 2>&1 | grep '^sparkhost: rendered'
+
+# ---- sparkhost view: interactive latency (slider edit and drag release to the new frame) ----
+bench/view_latency.sh "$BUILD"

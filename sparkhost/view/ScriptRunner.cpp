@@ -184,9 +184,15 @@ private:
         for (int i = 1; i <= moves; ++i)
             mouse(v, QEvent::MouseMove, from + (to - from) * (double(i) / moves), Qt::NoButton, Qt::LeftButton);
         const int during = s_.renders() - before;
+        const auto release = std::chrono::steady_clock::now();
         mouse(v, QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
-        *said = "renders during the drag " + std::to_string(during) + ", at release " +
-                std::to_string(s_.renders() - before - during);
+        w_.repaint();
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - release).count();
+        char text[160];
+        std::snprintf(text, sizeof text, "renders during the drag %d, at release %d (release to frame %.1f ms)",
+                      during, s_.renders() - before - during, ms);
+        *said = text;
     }
 
     ViewWindow& w_;

@@ -8,10 +8,7 @@
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/Keyframes.h"
 #include "sparkhost/lib/Setup.h"
-#if __has_include("sparkhost/lib/ShotCatchUp.h")
 #include "sparkhost/lib/ShotCatchUp.h"
-#define VIEW_HAS_CATCHUP 1
-#endif
 
 namespace sparkhost {
 
@@ -138,7 +135,6 @@ bool ViewSession::goTo(int frame) {
             return false;
         }
         plugin_->startRender();
-#ifdef VIEW_HAS_CATCHUP
         for (int i = 0; i < index; ++i) {
             const int done = i;
             auto progress = [&](int, int) { return !progress_ || progress_(done + 1, index); };
@@ -148,7 +144,6 @@ bool ViewSession::goTo(int frame) {
                 return false;
             }
         }
-#endif
     }
     const bool ok = render(frame);
     stepped_ = ok ? index : -1;

@@ -49,7 +49,7 @@ TEST(ViewWindow, PanelDragShapeRulesAndFrameTenAsRendered) {
         "pages: Vesk | Shape | Influence | Presets",
         "print Shape Height: Shape Height: 57.00, visible",
         "print Shape Height: Shape Height: 57.00, hidden",
-        "drag 1075,605 640,360: renders during the drag 0, at release 1",
+        "drag 1075,605 640,360: renders during the drag 0, at release 1 (",
         "print Birth X: Birth X: 50.00, visible",
         "print Birth Y: Birth Y: 50.00, visible",
         "frame 10: frame 10",
