@@ -135,14 +135,21 @@ bool ViewSession::goTo(int frame) {
             return false;
         }
         plugin_->startRender();
-        for (int i = 0; i < index; ++i) {
+        // The frames before N in runs of one step each, so that the catch-up switches the
+        // plug-in's preview mode once per run rather than once per frame.
+        for (int i = 0; i < index;) {
+            int j = i + 1;
+            const int step = j < index ? frames_[size_t(j)] - frames_[size_t(i)] : 1;
+            while (step > 0 && j < index && frames_[size_t(j)] - frames_[size_t(j - 1)] == step) ++j;
             const int done = i;
-            auto progress = [&](int, int) { return !progress_ || progress_(done + 1, index); };
-            if (!catchUp(*plugin_, frames_[size_t(i)], frames_[size_t(i)] + 1, progress, &error)) {
+            auto progress = [&](int k, int) { return !progress_ || progress_(done + k, index); };
+            if (!catchUp(*plugin_, frames_[size_t(i)], frames_[size_t(j - 1)] + 1, progress, &error,
+                         step > 0 ? step : 1)) {
                 host_.report(HostMessage::Error, error);
                 host_.setBuffersReady(false);
                 return false;
             }
+            i = j;
         }
     }
     const bool ok = render(frame);
