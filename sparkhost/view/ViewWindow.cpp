@@ -67,12 +67,12 @@ ViewWindow::ViewWindow(ViewSession& session) : session_(session) {
             .toStdString();
     });
     session.setProgress([this](int done, int total) {
-        static QProgressDialog* dialog = nullptr;
-        if (!dialog) {
-            dialog = new QProgressDialog("Bringing the simulation to the frame…", "Stop", 0, total, this);
-            dialog->setWindowModality(Qt::WindowModal);
-            dialog->setMinimumDuration(400);
+        if (!progress_) {
+            progress_ = new QProgressDialog("Bringing the simulation to the frame…", "Stop", 0, total, this);
+            progress_->setWindowModality(Qt::WindowModal);
+            progress_->setMinimumDuration(400);
         }
+        QProgressDialog* dialog = progress_;
         dialog->setMaximum(total);
         dialog->setValue(done);
         const bool stopped = dialog->wasCanceled();
@@ -95,10 +95,6 @@ void ViewWindow::afterChange() {
     panel_->refresh();
     log_->add(session_.takeMessages());
     viewer_->redraw();
-}
-
-void ViewWindow::report(const std::string& error) {
-    log_->add({{HostMessage::Error, error}});
 }
 
 bool ViewWindow::openSetup(const std::string& path, std::string* error) {

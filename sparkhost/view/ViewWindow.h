@@ -8,6 +8,7 @@
 #include <string>
 
 class QAction;
+class QProgressDialog;
 
 namespace sparkhost {
 
@@ -44,14 +45,13 @@ public:
     void setScripted(bool scripted) { scripted_ = scripted; }
 
 private:
-    void report(const std::string& error);
-
     ViewSession& session_;
     ViewerWidget* viewer_;
     PanelWidget* panel_;
     TimelineBar* timeline_;
     MessageLog* log_;
     QAction* replayAction_ = nullptr;
+    QProgressDialog* progress_ = nullptr;   // made when a replay first reports
     bool scripted_ = false;
     friend void addMenus(ViewWindow& window);
 };
