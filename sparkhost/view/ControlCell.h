@@ -19,7 +19,7 @@ namespace sparkhost {
 struct ControlCell {
     ControlKind kind;
     int number;
-    WidgetSpec spec;          // control pointer refreshed on every use
+    WidgetPlan plan;          // control pointer refreshed on every use
     std::string name;         // how a person names it
     QWidget* box = nullptr;   // the whole cell, hidden with the control
     QLabel* label = nullptr;

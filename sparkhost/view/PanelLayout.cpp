@@ -23,8 +23,8 @@ int formatDecimals(const char* format) {
     return 0;
 }
 
-WidgetSpec widgetFor(const Panel& panel, const Control& c) {
-    WidgetSpec s;
+WidgetPlan widgetFor(const Panel& panel, const Control& c) {
+    WidgetPlan s;
     s.control = &c;
     s.page = Panel::page(c);
     if (s.page > 0) {
@@ -55,13 +55,13 @@ WidgetSpec widgetFor(const Panel& panel, const Control& c) {
     return s;
 }
 
-std::vector<WidgetSpec> pageWidgets(const Panel& panel, int page) {
-    std::vector<WidgetSpec> out;
+std::vector<WidgetPlan> pageWidgets(const Panel& panel, int page) {
+    std::vector<WidgetPlan> out;
     for (const Control& c : panel.controls()) {
-        WidgetSpec s = widgetFor(panel, c);
+        WidgetPlan s = widgetFor(panel, c);
         if (s.kind != WidgetKind::None && s.page == page) out.push_back(s);
     }
-    std::stable_sort(out.begin(), out.end(), [](const WidgetSpec& a, const WidgetSpec& b) {
+    std::stable_sort(out.begin(), out.end(), [](const WidgetPlan& a, const WidgetPlan& b) {
         return a.control->number < b.control->number;
     });
     return out;
@@ -73,19 +73,19 @@ int pageCount(const Panel& panel) {
     return pages;
 }
 
-int sliderPositions(const WidgetSpec& s) {
+int sliderPositions(const WidgetPlan& s) {
     if (s.locked || !(s.max > s.min)) return 0;
     return int(std::ceil((s.max - s.min) / s.step - 1e-9));
 }
 
-int sliderPosition(const WidgetSpec& s, double value) {
+int sliderPosition(const WidgetPlan& s, double value) {
     const int last = sliderPositions(s);
     if (last == 0) return 0;
     const int p = int(std::lround((value - s.min) / s.step));
     return std::clamp(p, 0, last);
 }
 
-double sliderValue(const WidgetSpec& s, int position) {
+double sliderValue(const WidgetPlan& s, int position) {
     if (position >= sliderPositions(s)) return s.max;
     return std::clamp(s.min + double(position) * s.step, s.min, s.max);
 }

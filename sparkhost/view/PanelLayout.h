@@ -25,7 +25,7 @@ enum class WidgetKind {
     None,       // not shown on the panel (user float channels)
 };
 
-struct WidgetSpec {
+struct WidgetPlan {
     const Control* control = nullptr;
     WidgetKind kind = WidgetKind::None;
     int page = 0;        // 1.. for panel pages, 0 for clip names
@@ -40,18 +40,18 @@ struct WidgetSpec {
 constexpr int kPlacesPerPage = 29;
 constexpr int kRowsPerColumn = 7;
 
-WidgetSpec widgetFor(const Panel& panel, const Control& control);
+WidgetPlan widgetFor(const Panel& panel, const Control& control);
 // Every control shown on a page, in the order of their numbers.
-std::vector<WidgetSpec> pageWidgets(const Panel& panel, int page);
+std::vector<WidgetPlan> pageWidgets(const Panel& panel, int page);
 int pageCount(const Panel& panel);
 
 // Digits after the point that a printf format shows for its value ("%.2f" 2, "%d" 0, "%f" 6).
 int formatDecimals(const char* format);
 
 // A slider moves in whole increments from the minimum; the last position is the maximum.
-int sliderPositions(const WidgetSpec& spec);
-int sliderPosition(const WidgetSpec& spec, double value);
-double sliderValue(const WidgetSpec& spec, int position);
+int sliderPositions(const WidgetPlan& plan);
+int sliderPosition(const WidgetPlan& plan, double value);
+double sliderValue(const WidgetPlan& plan, int position);
 
 }  // namespace sparkhost
 

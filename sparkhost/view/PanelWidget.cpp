@@ -57,8 +57,8 @@ void PanelWidget::build() {
         auto* sheet = new QWidget;
         auto* grid = new QGridLayout(sheet);
         grid->setHorizontalSpacing(18);
-        for (const WidgetSpec& spec : pageWidgets(panel, page))
-            grid->addWidget(makeCell(spec, sheet)->box, spec.row, spec.column);
+        for (const WidgetPlan& plan : pageWidgets(panel, page))
+            grid->addWidget(makeCell(plan, sheet)->box, plan.row, plan.column);
         for (int column = 0; column * kRowsPerColumn < kPlacesPerPage; ++column)
             grid->setColumnStretch(column, 1);
         grid->setRowStretch(kRowsPerColumn, 1);
@@ -71,18 +71,18 @@ void PanelWidget::build() {
     refresh();
 }
 
-ControlCell* PanelWidget::makeCell(const WidgetSpec& spec, QWidget* parent) {
-    auto* cell = new ControlCell{spec.control->kind, spec.control->number, spec, {}};
+ControlCell* PanelWidget::makeCell(const WidgetPlan& plan, QWidget* parent) {
+    auto* cell = new ControlCell{plan.control->kind, plan.control->number, plan, {}};
     const Panel& panel = session_.panel();
-    cell->name = panel.name(*spec.control);
-    if (cell->name.empty() && spec.kind == WidgetKind::Swatch) cell->name = "Colour";
+    cell->name = panel.name(*plan.control);
+    if (cell->name.empty() && plan.kind == WidgetKind::Swatch) cell->name = "Colour";
     cell->box = new QWidget(parent);
     cell->box->setObjectName(q(cell->name));
     auto* layout = new QHBoxLayout(cell->box);
     layout->setContentsMargins(2, 1, 2, 1);
     cells_.push_back(cell);
 
-    switch (spec.kind) {
+    switch (plan.kind) {
     case WidgetKind::Slider: {
         auto* column = new QVBoxLayout;
         cell->label = new QLabel(cell->box);
@@ -99,7 +99,7 @@ ControlCell* PanelWidget::makeCell(const WidgetSpec& spec, QWidget* parent) {
         layout->addLayout(column);
         QObject::connect(cell->slider, &QSlider::valueChanged, cell->box, [this, cell](int position) {
             if (refreshing_) return;
-            const double v = sliderValue(cell->spec, position);
+            const double v = sliderValue(cell->plan, position);
             if (cell->slider->isSliderDown()) {
                 // While the slider moves only the field follows; the edit is made at release.
                 const QSignalBlocker block(cell->field);
@@ -109,7 +109,7 @@ ControlCell* PanelWidget::makeCell(const WidgetSpec& spec, QWidget* parent) {
             commitNumber(cell, v);
         });
         QObject::connect(cell->slider, &QSlider::sliderReleased, cell->box, [this, cell] {
-            commitNumber(cell, sliderValue(cell->spec, cell->slider->value()));
+            commitNumber(cell, sliderValue(cell->plan, cell->slider->value()));
         });
         QObject::connect(cell->field, &QDoubleSpinBox::editingFinished, cell->box, [this, cell] {
             if (!refreshing_) commitNumber(cell, cell->field->value());
@@ -126,7 +126,7 @@ ControlCell* PanelWidget::makeCell(const WidgetSpec& spec, QWidget* parent) {
         break;
     case WidgetKind::PullDown:
         cell->list = new QComboBox(cell->box);
-        for (const auto& entry : panel.listEntries(*spec.control)) cell->list->addItem(q(trimRight(entry)));
+        for (const auto& entry : panel.listEntries(*plan.control)) cell->list->addItem(q(trimRight(entry)));
         layout->addWidget(cell->list);
         QObject::connect(cell->list, QOverload<int>::of(&QComboBox::activated), cell->box,
                          [this, cell](int index) {
@@ -160,8 +160,8 @@ void PanelWidget::refresh() {
     for (ControlCell* cell : cells_) {
         const Control* c = panel.find(cell->kind, cell->number);
         if (!c) continue;
-        cell->spec = widgetFor(panel, *c);
-        const WidgetSpec& s = cell->spec;
+        cell->plan = widgetFor(panel, *c);
+        const WidgetPlan& s = cell->plan;
         cell->box->setVisible(host.parameterEnabled(1, cell->number));
         const QString label = q(trimRight(panel.label(*c)));
         switch (s.kind) {
@@ -230,7 +230,7 @@ bool PanelWidget::edit(ControlCell* cell, const std::string& value, std::string*
 void PanelWidget::commitNumber(ControlCell* cell, double value) {
     const Control* c = session_.panel().find(cell->kind, cell->number);
     if (!c) return;
-    session_.setNumber(*c, std::clamp(value, cell->spec.min, cell->spec.max));
+    session_.setNumber(*c, std::clamp(value, cell->plan.min, cell->plan.max));
     if (edited_) edited_();
 }
 

@@ -43,7 +43,7 @@ public:
     void press(ControlCell* cell);
 
 private:
-    ControlCell* makeCell(const WidgetSpec& spec, QWidget* parent);
+    ControlCell* makeCell(const WidgetPlan& plan, QWidget* parent);
     void chooseColour(ControlCell* cell);
     void commitNumber(ControlCell* cell, double value);
 

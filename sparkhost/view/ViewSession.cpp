@@ -27,14 +27,14 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
         *error = "--depth must be 8 or 12";
         return false;
     }
-    for (const auto& spec : o.clips) {
-        size_t eq = spec.find('=');
-        std::string number = spec.substr(0, eq);
+    for (const auto& given : o.clips) {
+        size_t eq = given.find('=');
+        std::string number = given.substr(0, eq);
         if (eq == std::string::npos || number.size() != 1 || number[0] < '1' || number[0] > '5') {
-            *error = "bad --clip '" + spec + "': write N=PATTERN with N from 1 to 5";
+            *error = "bad --clip '" + given + "': write N=PATTERN with N from 1 to 5";
             return false;
         }
-        if (!clips_.setClip(number[0] - '1', spec.substr(eq + 1), error)) return false;
+        if (!clips_.setClip(number[0] - '1', given.substr(eq + 1), error)) return false;
     }
     // The frame size as `render` takes it: as asked, else clip 1's, else the default plate's.
     int width = o.width > 0 ? o.width : 1280, height = o.height > 0 ? o.height : 720;

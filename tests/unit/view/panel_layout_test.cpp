@@ -32,7 +32,7 @@ struct Records {
             return it == symbols.end() ? nullptr : it->second;
         });
     }
-    WidgetSpec spec(ControlKind kind, int number) { return widgetFor(panel, *panel.find(kind, number)); }
+    WidgetPlan plan(ControlKind kind, int number) { return widgetFor(panel, *panel.find(kind, number)); }
 };
 
 TEST(PanelLayout, EachRecordGetsItsWidgetAndPlace) {
@@ -54,7 +54,7 @@ TEST(PanelLayout, EachRecordGetsItsWidgetAndPlace) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::to_string(c.number));
-        WidgetSpec s = r.spec(c.kind, c.number);
+        WidgetPlan s = r.plan(c.kind, c.number);
         EXPECT_EQ(s.kind, c.widget);
         EXPECT_EQ(s.page, c.page);
         if (c.page > 0) {
@@ -68,7 +68,7 @@ TEST(PanelLayout, EachRecordGetsItsWidgetAndPlace) {
 
 TEST(PanelLayout, NumericRangesStepsDecimalsAndLocks) {
     Records r;
-    WidgetSpec x = r.spec(ControlKind::Float, 13);
+    WidgetPlan x = r.plan(ControlKind::Float, 13);
     EXPECT_FALSE(x.integer);
     EXPECT_EQ(x.decimals, 2);
     EXPECT_FALSE(x.locked);
@@ -78,7 +78,7 @@ TEST(PanelLayout, NumericRangesStepsDecimalsAndLocks) {
     EXPECT_EQ(sliderPosition(x, 1e6), 8000);
 
     // An increment that does not divide the range: the last position is the maximum itself.
-    WidgetSpec seed = r.spec(ControlKind::Int, 12);
+    WidgetPlan seed = r.plan(ControlKind::Int, 12);
     EXPECT_TRUE(seed.integer);
     EXPECT_EQ(sliderPositions(seed), 59);
     EXPECT_EQ(sliderValue(seed, 58), 987.0);
@@ -86,12 +86,12 @@ TEST(PanelLayout, NumericRangesStepsDecimalsAndLocks) {
     EXPECT_EQ(sliderPosition(seed, 165.0), 10);  // (165 - 1) / 17 = 9.6
 
     // Minimum equal to maximum: the control is greyed and its slider has nowhere to go.
-    WidgetSpec locked = r.spec(ControlKind::Int, 40);
+    WidgetPlan locked = r.plan(ControlKind::Int, 40);
     EXPECT_TRUE(locked.locked);
     EXPECT_EQ(sliderPositions(locked), 0);
     r.frames.Max = 10000;
     r.frames.Min = 1;
-    EXPECT_FALSE(r.spec(ControlKind::Int, 40).locked);
+    EXPECT_FALSE(r.plan(ControlKind::Int, 40).locked);
 }
 
 TEST(PanelLayout, DecimalsFollowTheLabelFormat) {
