@@ -21,3 +21,6 @@ mkdir -p "$OUT/scene"
 
 # --- sparkhost render loop (stages alone vs overlapped) ---
 bench/render_loop.sh "$BUILD"
+
+# ---- sparkhost view: interactive latency (slider edit and drag release to the new frame) ----
+bench/view_latency.sh "$BUILD"

@@ -27,9 +27,15 @@ ffmpeg -loglevel error -y -framerate 24 -i "$OUT/frames/vesk.%04d.png" \
 ffmpeg -loglevel error -y -framerate 24 -i "$OUT/frames/vesk.%04d.png" \
     -vf "scale=640:-1:flags=lanczos,split[a][b];[a]palettegen[p];[b][p]paletteuse" "$OUT/vesk.gif"
 
+# The viewer's window on the demo's setup, under a virtual display when there is none.
+if [ -n "${DISPLAY:-}" ]; then VIEW=""; else VIEW="xvfb-run -a"; fi
+$VIEW "$BUILD/sparkhost" view "$BUILD/vesk.spark" --frames "1-$FRAMES" --size 1280x720 \
+    --setup "$OUT/demo.setup" --screenshot "$OUT/viewer.png" > /dev/null
+
 echo
 echo "Vesk demo rendered:"
 echo "  frames         $OUT/frames/vesk.0001.png … vesk.$(printf %04d "$FRAMES").png"
 echo "  contact sheet  $OUT/contact-sheet.png"
 echo "  preview        $OUT/vesk.mp4 and $OUT/vesk.gif"
 echo "  setup          $OUT/demo.setup"
+echo "  viewer window  $OUT/viewer.png"

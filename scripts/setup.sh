@@ -7,6 +7,7 @@ PACKAGES="build-essential cmake pkg-config git
 libgtest-dev libgmock-dev googletest libbenchmark-dev
 libopenimageio-dev openimageio-tools libcli11-dev nlohmann-json3-dev
 libgl-dev libgl1-mesa-dri libosmesa6-dev libegl-dev
+qt6-base-dev xvfb xauth
 imagemagick"
 
 for extra in "$@"; do

@@ -9,6 +9,7 @@
 
 #include "InfoCommand.h"
 #include "RenderCommand.h"
+#include "ViewCommand.h"
 
 namespace {
 
@@ -45,6 +46,9 @@ int main(int argc, char** argv) {
     sparkhost::RenderOptions r;
     CLI::App* render = sparkhost::addRenderCommand(app, r);
 
+    sparkhost::ViewCommand view;
+    sparkhost::addViewCommand(app, view);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -52,6 +56,7 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : 2;
     }
     if (infoCmd->parsed()) return sparkhost::runInfo(info);
+    if (view.app->parsed()) return sparkhost::runViewCommand(view);
     sparkhost::collectEdits(*render, r);
     try {
         return sparkhost::runRender(r);

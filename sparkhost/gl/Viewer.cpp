@@ -15,6 +15,11 @@ namespace {
 OSMesaContext Context(void* c) { return static_cast<OSMesaContext>(c); }
 }  // namespace
 
+float Viewer::hostZoom(float magnification) {
+    if (!(magnification > 0.0f)) return 1.0f;
+    return magnification >= 1.0f ? magnification : 2.0f - 1.0f / magnification;
+}
+
 Viewer::Viewer(Plugin& plugin) : plugin_(plugin) {}
 
 Viewer::~Viewer() {
@@ -27,8 +32,8 @@ bool Viewer::open(std::string* error) {
     if (!(ratio_ > 0.0f)) ratio_ = 1.0f;
     if (!(zoom_ > 0.0f)) zoom_ = 1.0f;
     const int displayed = int(float(host.frameWidth()) * ratio_);
-    width_ = int(float(displayed) * zoom_);
-    height_ = int(float(host.frameHeight()) * zoom_);
+    width_ = canvasWidth_ > 0 ? canvasWidth_ : int(float(displayed) * zoom_);
+    height_ = canvasHeight_ > 0 ? canvasHeight_ : int(float(host.frameHeight()) * zoom_);
     if (width_ < 1 || height_ < 1) {
         if (error) *error = "viewer: the frame has no pixels to show";
         return false;
@@ -83,7 +88,10 @@ void Viewer::drawBackground() {
     if (!shown_.empty()) {
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
-        glRasterPos2f(float(info.FrameBufferX), float(info.FrameBufferY));
+        // The raster position is set inside the window and then moved by a null bitmap, which
+        // stays valid when the origin lies outside the window (a frame panned half out of view).
+        glRasterPos2i(0, 0);
+        glBitmap(0, 0, 0.0f, 0.0f, float(info.FrameBufferX), float(info.FrameBufferY), nullptr);
         glPixelZoom(zoom_ * ratio_, zoom_);
         // 12-bit frames hold their value in the top twelve bits of each word, so the words read
         // as 16-bit intensities directly.
@@ -106,7 +114,7 @@ bool Viewer::redraw() {
     if (!makeCurrent()) return false;
     drawBackground();
     // The plug-in sets its own model-view transform (origin and zoom) from here.
-    plugin_.overlay(zoom_);
+    plugin_.overlay(hostZoom(zoom_));
     glFinish();
     return true;
 }
@@ -123,7 +131,8 @@ int Viewer::interact(const std::vector<PointerEvent>& events) {
         // Viewer pixels to frame pixels: the plug-in multiplies x by the viewer ratio itself.
         const float fx = (e.x - float(info.FrameBufferX)) / (zoom_ * ratio_);
         const float fy = (e.y - float(info.FrameBufferY)) / zoom_;
-        unsigned long* rendered = plugin_.interact(int(e.x), int(e.y), e.pressure, fx, fy, zoom_);
+        unsigned long* rendered =
+            plugin_.interact(int(e.x), int(e.y), e.pressure, fx, fy, hostZoom(zoom_));
         const std::vector<int>& cursors = host.cursors();
         cursors_.insert(cursors_.end(), cursors.begin() + long(cursorsBefore), cursors.end());
         if (rendered) {

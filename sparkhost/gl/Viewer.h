@@ -47,6 +47,12 @@ public:
     // its zoom. Set before open(); 1 by default.
     void setZoom(float zoom) { zoom_ = zoom; }
     float zoom() const { return zoom_; }
+    // The zoom as the Spark interface passes it: magnifications of 1 and more as they are, a
+    // reduction to s < 1 as 2 - 1/s (the plug-in draws at 1 / (2 - zoom) below 1).
+    static float hostZoom(float magnification);
+    // A viewer window of its own size (an interactive window), in which the frame sits at the
+    // host's viewer origin; 0 x 0 (the default) fits the window to the magnified frame.
+    void setCanvasSize(int width, int height) { canvasWidth_ = width; canvasHeight_ = height; }
 
     // Makes the offscreen context for the host's current frame size, viewer ratio and zoom.
     // Fails with a message when Mesa cannot make one.
@@ -74,6 +80,8 @@ public:
     unsigned pixel(int x, int y, int c) const;
     // The picture as a host frame of the given depth code, rows in the frame's order.
     FrameBuffer picture(int depthCode) const;
+    // The picture as last drawn: RGBA, 16 bits a channel, row 0 first.
+    const std::vector<uint16_t>& rgba() const { return pixels_; }
 
 private:
     bool makeCurrent();
@@ -87,6 +95,8 @@ private:
     float ratio_ = 1.0f;
     int width_ = 0;
     int height_ = 0;
+    int canvasWidth_ = 0;
+    int canvasHeight_ = 0;
     std::vector<int> cursors_;
 };
 

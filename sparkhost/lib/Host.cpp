@@ -182,7 +182,11 @@ std::vector<std::pair<int, int>> Host::frameRequests() const { return frameReque
 
 bool Host::fillBufferRecord(int id, SparkMemBufStruct* record) {
     if (!record) return false;
-    if (!buffersReady_ || id == failingBuffer_ || !hasBuffer(id)) return false;
+    if (!buffersReady_) {
+        ++refusedBufferRequests_;
+        return false;
+    }
+    if (id == failingBuffer_ || !hasBuffer(id)) return false;
     FrameBuffer& b = buffer(id);
     b.resize(width_, height_, depth_);
     std::memset(record, 0, sizeof *record);
@@ -316,12 +320,14 @@ void Host::saveSetupRequest(const char* name) {
 
 void Host::fileBrowser(const char* path, const char* extension, void (*done)(char*)) {
     browserRequests_.push_back(std::string(path ? path : "") + "|" + (extension ? extension : ""));
-    if (browserAnswer_.empty()) {
+    const std::string answer =
+        browserHandler_ ? browserHandler_(path ? path : "", extension ? extension : "") : browserAnswer_;
+    if (answer.empty()) {
         report(HostMessage::Note, "file browser closed without a choice (no file given to the host)");
         return;
     }
     if (!done) return;
-    std::vector<char> chosen(browserAnswer_.begin(), browserAnswer_.end());
+    std::vector<char> chosen(answer.begin(), answer.end());
     chosen.push_back('\0');
     done(chosen.data());
 }

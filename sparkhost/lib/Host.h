@@ -101,6 +101,18 @@ public:
     int shotStart() const { return shotStart_; }
     void setMode(char mode) { mode_ = mode; }
     void setViewerOrigin(int x, int y) { originX_ = x; originY_ = y; }
+    // An interactive front end asks the person: a handler replaces the fixed confirmation answer,
+    // another the fixed file-browser answer (it returns the chosen path, empty for cancel).
+    void setConfirmHandler(std::function<bool(const std::string& question)> handler) {
+        confirmHandler_ = std::move(handler);
+    }
+    void setBrowserHandler(
+        std::function<std::string(const std::string& path, const std::string& extension)> handler) {
+        browserHandler_ = std::move(handler);
+    }
+    bool confirm(const std::string& question) const {
+        return confirmHandler_ ? confirmHandler_(question) : confirmAnswer_;
+    }
 
     int frameWidth() const { return width_; }
     int frameHeight() const { return height_; }
@@ -117,6 +129,9 @@ public:
     bool confirmAnswer() const { return confirmAnswer_; }
     const std::string& setupName() const { return setupName_; }
     bool buffersReady() const { return buffersReady_; }
+    // Buffer requests refused because no frame was loaded: a plug-in that asks for its buffers
+    // inside a callback wanted to render a frame.
+    int refusedBufferRequests() const { return refusedBufferRequests_; }
 
     // ---- frame record and buffers ----------------------------------------------------------
     void setCurrentFrame(int frame) { frame_ = frame; }
@@ -224,6 +239,9 @@ private:
     char mode_ = 1;
     int originX_ = 0;
     int originY_ = 0;
+    std::function<bool(const std::string&)> confirmHandler_;
+    std::function<std::string(const std::string&, const std::string&)> browserHandler_;
+    int refusedBufferRequests_ = 0;
 
     int frame_ = 1;
     int inputClips_ = kMaxInputClips;

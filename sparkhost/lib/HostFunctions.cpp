@@ -29,7 +29,7 @@ void sparkError(char* message) { Host::current().report(HostMessage::Error, text
 
 int sparkMessageConfirm(char* message) {
     Host& host = Host::current();
-    bool yes = host.confirmAnswer();
+    bool yes = host.confirm(text(message));
     host.report(HostMessage::Confirm, text(message) + (yes ? " [yes]" : " [no]"));
     return yes ? 1 : 0;
 }

@@ -1,0 +1,235 @@
+#include "sparkhost/view/ScriptRunner.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <map>
+
+#include "sparkhost/lib/ImageFiles.h"
+#include "sparkhost/lib/Names.h"
+#include "sparkhost/view/ControlCell.h"
+#include "sparkhost/view/PanelWidget.h"
+#include "sparkhost/view/TimelineBar.h"
+#include "sparkhost/view/ViewSession.h"
+#include "sparkhost/view/ViewWindow.h"
+#include "sparkhost/view/ViewerWidget.h"
+
+namespace sparkhost {
+
+std::vector<std::string> scriptWords(const std::string& line) {
+    std::vector<std::string> words;
+    std::string word;
+    bool quoted = false, any = false;
+    for (char ch : line) {
+        if (ch == '"') {
+            quoted = !quoted;
+            any = true;
+        } else if (!quoted && ch == '#') {
+            break;
+        } else if (!quoted && (ch == ' ' || ch == '\t' || ch == '\r')) {
+            if (any) words.push_back(word);
+            word.clear();
+            any = false;
+        } else {
+            word += ch;
+            any = true;
+        }
+    }
+    if (any) words.push_back(word);
+    return words;
+}
+
+namespace {
+
+bool parsePoint(const std::string& text, double* x, double* y) {
+    char tail;
+    return std::sscanf(text.c_str(), "%lf,%lf%c", x, y, &tail) == 2;
+}
+
+void mouse(QWidget* target, QEvent::Type type, const QPointF& at, Qt::MouseButton button,
+           Qt::MouseButtons held) {
+    QMouseEvent event(type, at, target->mapToGlobal(at), button, held, Qt::NoModifier);
+    QApplication::sendEvent(target, &event);
+}
+
+class Runner {
+public:
+    explicit Runner(ViewWindow& w) : w_(w), s_(w.session()) {}
+
+    // Returns an empty string on success, else what went wrong.
+    std::string run(const std::vector<std::string>& a, std::string* said) {
+        const std::string& verb = a[0];
+        auto need = [&](size_t n) { return a.size() == n + 1; };
+        if (verb == "pages" && need(0)) {
+            *said = join(w_.panel()->pageTitles(), " | ");
+        } else if (verb == "page" && need(1)) {
+            const auto titles = w_.panel()->pageTitles();
+            for (size_t i = 0; i < titles.size(); ++i)
+                if (normaliseName(titles[i]) == normaliseName(a[1])) {
+                    w_.panel()->tabs()->setCurrentIndex(int(i));
+                    return "";
+                }
+            return "no page '" + a[1] + "'";
+        } else if ((verb == "set" && need(2)) || (verb == "press" && need(1)) || (verb == "print" && need(1))) {
+            ControlCell* cell = w_.panel()->cell(a[1]);
+            if (!cell) return "no control '" + a[1] + "' on the panel";
+            if (verb == "set") return set(cell, a[2]);
+            if (verb == "press") {
+                if (!cell->button) return "'" + a[1] + "' is not a button";
+                cell->button->click();
+            }
+            if (verb == "print") *said = describe(cell);
+        } else if (verb == "drag" && need(2)) {
+            double x0, y0, x1, y1;
+            if (!parsePoint(a[1], &x0, &y0) || !parsePoint(a[2], &x1, &y1))
+                return "write drag X0,Y0 X1,Y1 in frame pixels";
+            drag(x0, y0, x1, y1, said);
+        } else if ((verb == "frame" || verb == "step" || verb == "play") && need(1)) {
+            const int n = std::atoi(a[1].c_str());
+            if (verb == "frame") w_.timeline()->jump(n);
+            if (verb == "step") w_.timeline()->step(n);
+            for (int i = 0; verb == "play" && i < n; ++i) w_.timeline()->step(1);
+            *said = "frame " + std::to_string(s_.currentFrame());
+        } else if (verb == "mode" && need(1) && (a[1] == "replayed" || a[1] == "ifffs")) {
+            w_.setReplayed(a[1] == "replayed");
+        } else if (verb == "answer" && need(1) && (a[1] == "yes" || a[1] == "no")) {
+            s_.host().setConfirmAnswer(a[1] == "yes");
+        } else if (verb == "fit" && need(0)) {
+            w_.viewer()->fit();
+        } else if (verb == "1:1" && need(0)) {
+            w_.viewer()->actualSize();
+        } else if (verb == "save-frame" && need(1)) {
+            std::string error;
+            if (!writeImage(a[1], s_.shownFrame(), &error)) return error;
+        } else if (verb == "screenshot" && need(1)) {
+            std::string error;
+            if (!w_.screenshot(a[1], &error)) return error;
+        } else if (verb == "open-setup" && need(1)) {
+            std::string error;
+            if (!w_.openSetup(a[1], &error)) return error;
+        } else if (verb == "save-setup" && need(1)) {
+            std::string error;
+            if (!w_.saveSetup(a[1], &error)) return error;
+        } else if (verb == "load-keys" && need(1)) {
+            std::string error;
+            if (!w_.loadKeys(a[1], &error)) return error;
+        } else if (verb == "reload" && need(0)) {
+            std::string error;
+            if (!w_.reloadPlugin(&error)) return error;
+        } else {
+            return "unknown action or wrong number of words: '" + join(a, " ") + "'";
+        }
+        return "";
+    }
+
+private:
+    static std::string join(const std::vector<std::string>& words, const char* between) {
+        std::string out;
+        for (const auto& w : words) out += (out.empty() ? "" : between) + w;
+        return out;
+    }
+
+    std::string set(ControlCell* cell, const std::string& value) {
+        if (cell->field) {
+            char* end = nullptr;
+            const double v = std::strtod(value.c_str(), &end);
+            if (end == value.c_str() || *end) return "'" + value + "' is not a number";
+            cell->field->setValue(v);
+            emit cell->field->editingFinished();
+        } else if (cell->check) {
+            const bool on = normaliseName(value) == "on" || value == "1";
+            if (cell->check->isChecked() != on) cell->check->click();
+        } else if (cell->list) {
+            for (int i = 0; i < cell->list->count(); ++i) {
+                const std::string entry = cell->list->itemText(i).toStdString();
+                const Control* c = s_.panel().find(cell->kind, cell->number);
+                if (normaliseName(entry) == normaliseName(value) ||
+                    (c && normaliseName(s_.panel().listEntryName(*c, i)) == normaliseName(value))) {
+                    cell->list->setCurrentIndex(i);
+                    emit cell->list->activated(i);
+                    return "";
+                }
+            }
+            return "'" + cell->name + "' has no entry '" + value + "'";
+        } else {
+            return "'" + cell->name + "' takes no value";
+        }
+        return "";
+    }
+
+    std::string describe(ControlCell* cell) const {
+        const Control* c = s_.panel().find(cell->kind, cell->number);
+        std::string label = c ? trimRight(s_.panel().label(*c)) : cell->name;
+        if (cell->list) label = cell->list->currentText().toStdString();
+        return label + ", " + (cell->box->isHidden() ? "hidden" : "visible") + ", " +
+               (cell->box->isEnabled() ? "enabled" : "greyed");
+    }
+
+    void drag(double x0, double y0, double x1, double y1, std::string* said) {
+        ViewerWidget* v = w_.viewer();
+        const QPointF from = v->toCanvas(x0, y0), to = v->toCanvas(x1, y1);
+        mouse(v, QEvent::MouseMove, from, Qt::NoButton, Qt::NoButton);
+        const int before = s_.renders();
+        mouse(v, QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+        const int moves = 8;
+        for (int i = 1; i <= moves; ++i)
+            mouse(v, QEvent::MouseMove, from + (to - from) * (double(i) / moves), Qt::NoButton, Qt::LeftButton);
+        const int during = s_.renders() - before;
+        const auto release = std::chrono::steady_clock::now();
+        mouse(v, QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
+        w_.repaint();
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - release).count();
+        char text[160];
+        std::snprintf(text, sizeof text, "renders during the drag %d, at release %d (release to frame %.1f ms)",
+                      during, s_.renders() - before - during, ms);
+        *said = text;
+    }
+
+    ViewWindow& w_;
+    ViewSession& s_;
+};
+
+}  // namespace
+
+int runScript(ViewWindow& window, const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        std::fprintf(stderr, "sparkhost: cannot read script '%s'\n", path.c_str());
+        return 2;
+    }
+    window.setScripted(true);
+    Runner runner(window);
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+        const std::vector<std::string> words = scriptWords(line);
+        if (words.empty()) continue;
+        const auto start = std::chrono::steady_clock::now();
+        std::string said;
+        const std::string problem = runner.run(words, &said);
+        window.repaint();
+        QApplication::processEvents();
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        if (!problem.empty()) {
+            std::fprintf(stderr, "script:%d: %s\n", number, problem.c_str());
+            return 2;
+        }
+        std::string shown;
+        for (const auto& w : words) shown += (shown.empty() ? "" : " ") + w;
+        std::printf("%s: %s (%.1f ms)\n", shown.c_str(), said.empty() ? "ok" : said.c_str(), ms);
+        std::fflush(stdout);
+    }
+    return 0;
+}
+
+}  // namespace sparkhost

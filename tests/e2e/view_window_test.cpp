@@ -1,0 +1,100 @@
+// `sparkhost view` end to end: the window on vesk.spark under a virtual X display, driven by a
+// script of mouse and widget actions, its answers checked against the panel's table and against
+// what `sparkhost render` writes.
+#include "harness.h"
+
+namespace {
+
+using harness::Outcome;
+
+// Runs `sparkhost view` under xvfb-run with a script; stdout and stderr are kept apart.
+Outcome runView(const std::string& dir, const std::string& script, const std::vector<std::string>& args) {
+    const std::string scriptPath = dir + "/actions.txt";
+    std::ofstream(scriptPath) << script;
+    std::string command = "xvfb-run -a '" + harness::sparkhostPath() + "' view '" + harness::vesk() +
+                          "' --script '" + scriptPath + "'";
+    for (const auto& a : args) command += " '" + a + "'";
+    command += " > '" + dir + "/out.txt' 2> '" + dir + "/err.txt' < /dev/null";
+    Outcome run;
+    const int status = std::system(command.c_str());
+    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.out = harness::readFile(dir + "/out.txt");
+    run.err = harness::readFile(dir + "/err.txt");
+    return run;
+}
+
+bool withoutWindow(const Outcome& run) { return run.err.find("built without Qt") != std::string::npos; }
+
+TEST(ViewWindow, PanelDragShapeRulesAndFrameTenAsRendered) {
+    const std::string dir = harness::freshDir("view");
+    // Birth X/Y start at 84 % of 1280 x 720: the handle sits at (1075.2, 604.8).
+    const std::string script = "pages\n"
+                               "set Shape \"Five Point Star\"\n"
+                               "print \"Shape Height\"\n"
+                               "set Shape Blob\n"
+                               "print \"Shape Height\"\n"
+                               "set Shape \"Five Point Star\"\n"
+                               "print \"Shape Height\"\n"
+                               "drag 1075,605 640,360\n"
+                               "print \"Birth X\"\n"
+                               "print \"Birth Y\"\n"
+                               "set \"Render Mode\" Render\n"
+                               "frame 10\n"
+                               "save-frame " + dir + "/view.0010.png\n"
+                               "screenshot " + dir + "/window.png\n";
+    const Outcome view = runView(dir, script, {"--frames", "1-20"});
+    if (withoutWindow(view)) GTEST_SKIP() << "sparkhost was built without Qt";
+    ASSERT_EQ(view.code, 0) << view.err;
+    const char* expected[] = {
+        "pages: Vesk | Shape | Influence | Presets",
+        "print Shape Height: Shape Height: 57.00, visible",
+        "print Shape Height: Shape Height: 57.00, hidden",
+        "drag 1075,605 640,360: renders during the drag 0, at release 1 (",
+        "print Birth X: Birth X: 50.00, visible",
+        "print Birth Y: Birth Y: 50.00, visible",
+        "frame 10: frame 10",
+    };
+    size_t at = 0;
+    for (const char* line : expected) {
+        const size_t found = view.out.find(line, at);
+        ASSERT_NE(found, std::string::npos) << "missing, in order: " << line << "\n" << view.out;
+        at = found;
+    }
+    // Blob hides Shape Height, the star shows it again: three lines in this order.
+    EXPECT_NE(view.out.find("57.00, visible", view.out.find("57.00, hidden")), std::string::npos);
+
+    const Outcome render = harness::runSparkhost(
+        {"render", harness::vesk(), "--frames", "1-10", "--set", "Shape=Five Point Star", "--set", "Birth X=50",
+         "--set", "Birth Y=50", "--set", "Render Mode=Render", "-o", dir + "/render.####.png"});
+    ASSERT_EQ(render.code, 0) << render.err;
+    sparkhost::FrameBuffer shown, written;
+    std::string error;
+    ASSERT_TRUE(sparkhost::readImage(dir + "/view.0010.png", sparkhost::kDepth8, &shown, &error)) << error;
+    ASSERT_TRUE(sparkhost::readImage(dir + "/render.0010.png", sparkhost::kDepth8, &written, &error)) << error;
+    EXPECT_TRUE(shown.samePixels(written)) << "frame 10 in the viewer differs from the rendered frame 10";
+
+    sparkhost::FrameBuffer window;
+    ASSERT_TRUE(sparkhost::readImage(dir + "/window.png", sparkhost::kDepth8, &window, &error)) << error;
+    EXPECT_GT(window.width(), 1000);
+}
+
+TEST(ViewWindow, BadInputIsNamedBeforeAnyWindow) {
+    const std::string dir = harness::freshDir("view_bad");
+    struct Case {
+        std::vector<std::string> args;
+        const char* message;
+    } cases[] = {
+        {{"view", dir + "/none.spark"}, "none.spark"},
+        {{"view", harness::vesk(), "--frames", "9-x"}, "9-x"},
+        {{"view", harness::vesk(), "--script", dir + "/none.txt"}, "none.txt"},
+        {{"view", harness::vesk(), "--size", "12"}, "bad size '12'"},
+    };
+    for (const Case& c : cases) {
+        const Outcome run = harness::runSparkhost(c.args);
+        if (withoutWindow(run)) GTEST_SKIP() << "sparkhost was built without Qt";
+        EXPECT_EQ(run.code, 2) << c.message;
+        EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+    }
+}
+
+}  // namespace
