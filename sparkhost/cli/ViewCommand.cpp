@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "RenderChecks.h"
 #include "RenderCommand.h"
 
 namespace sparkhost {
