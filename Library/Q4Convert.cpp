@@ -91,6 +91,13 @@ void export_frame(ImageQ4* image, Host* buffer, int width, int height, int n) {
 
 }  // namespace
 
+int ConvertWorkingSize(int full, int n) { return n <= 1 ? full : reduced_size(full, n); }
+
+int ConvertSamplesReached(int full, int n) {
+    if (n <= 1) return full;
+    return full > n / 2 ? (full - n / 2 - 1) / n + 1 : 0;
+}
+
 ImageQ4* ConvertFromDLImage8(void* buffer, int width, int height, double ratio, int n,
                              ImageQ4* image, int copy) {
     return import_frame<unsigned char, 3, q4_import8>(static_cast<const unsigned char*>(buffer),

@@ -133,21 +133,81 @@ void Vesk::draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, in
     for (long long idx = first; idx <= last; ++idx) mask[idx] = 1;
 }
 
+namespace {
+
+// Adds the cells idx = first .. last of a w-wide mask of `size` cells as runs per row. Cells
+// outside the mask are skipped; a run that passes the end of a row goes on at the start of the
+// next, as the mask's layout has it. Rows from `rows` on and columns from `cols` on make no
+// whole block and are not kept.
+void add_cells(std::vector<RowRun>& runs, long long first, long long last, int w, long long size,
+               int rows, int cols)
+{
+    if (first < 0) first = 0;
+    if (last > size - 1) last = size - 1;
+    while (first <= last) {
+        const long long row = first / w;
+        if (row >= rows) return;
+        const long long row_end = row * w + w - 1;
+        const long long end = last < row_end ? last : row_end;
+        const int a = (int)(first - row * w);
+        const int b = (int)(end - row * w) < cols - 1 ? (int)(end - row * w) : cols - 1;
+        if (a <= b) runs.push_back(RowRun{(int)row, a, b});
+        first = end + 1;
+    }
+}
+
+// The 8x8 block sums of the cells the runs set; a cell set twice counts once.
+void sum_blocks(std::vector<RowRun>& runs, int bw, int* sums)
+{
+    // Runs arrive in scan-line order; only a span reaching back across a row start breaks it.
+    for (size_t i = 1; i < runs.size(); ++i) {
+        const RowRun r = runs[i];
+        size_t j = i;
+        while (j > 0 && (runs[j - 1].row > r.row || (runs[j - 1].row == r.row && runs[j - 1].first > r.first))) {
+            runs[j] = runs[j - 1];
+            --j;
+        }
+        runs[j] = r;
+    }
+    int row = -1, covered = -1;
+    for (const RowRun& r : runs) {
+        if (r.row != row) {
+            row = r.row;
+            covered = -1;
+        }
+        const int a = r.first > covered + 1 ? r.first : covered + 1;
+        if (r.last > covered) covered = r.last;
+        if (a > r.last) continue;
+        int* block_row = sums + (long long)(row / RASTER_SUPERSAMPLE) * bw;
+        for (int c = a / RASTER_SUPERSAMPLE; c <= r.last / RASTER_SUPERSAMPLE; ++c) {
+            const int lo = c * RASTER_SUPERSAMPLE > a ? c * RASTER_SUPERSAMPLE : a;
+            const int hi = c * RASTER_SUPERSAMPLE + RASTER_SUPERSAMPLE - 1 < r.last
+                               ? c * RASTER_SUPERSAMPLE + RASTER_SUPERSAMPLE - 1
+                               : r.last;
+            block_row[c] += hi - lo + 1;
+        }
+    }
+}
+
+}  // namespace
+
+// The coverage mask is never laid out in full: each span becomes a run of cells per mask row
+// (with the row layout's wrap and drop) and the runs are counted straight into the 8x8 block
+// sums. The cells counted are exactly those the mask would hold, so every pixel gets the same
+// coverage; the working memory is the scan slot's own, kept between polygons.
 void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
 {
     ScanSlot& slot = scan_slots[band];
+    RasterScratch& scratch = raster_scratch[band];
     slot.n = n;
     for (int i = 0; i < n; ++i) pts[i] = ssize(pts[i], RASTER_SUPERSAMPLE, RASTER_SUPERSAMPLE);
     slot.pt = pts;
     if (n < 1) return;
 
-    int* ind = (int*)q4_malloc(sizeof(int) * (size_t)n, kTag, __LINE__);
-    slot.active = (EDGE*)q4_malloc(sizeof(EDGE) * (size_t)n, kTag, __LINE__);
-    if (!ind || !slot.active) {
-        q4_free(ind, kTag, __LINE__);
-        q4_free(slot.active, kTag, __LINE__);
-        return;
-    }
+    scratch.ind.resize((size_t)n);
+    scratch.active.resize((size_t)n);
+    int* ind = scratch.ind.data();
+    slot.active = scratch.active.data();
     for (int k = 0; k < n; ++k) ind[k] = k;
 
     sort_indx(ind, n, band);
@@ -161,16 +221,12 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
     const int h = ymax - ymin;
 
     // w and h are one less than the supersample columns and rows the polygon spans; the mask is
-    // sized by them as it always has been.
-    long long cells = (long long)w * h;
-    if (cells < 0) cells = -cells;
-    int* mask = (int*)q4_calloc(cells > 0 ? (size_t)cells : 1, sizeof(int), kTag, __LINE__);
-    if (!mask) {
-        q4_free(slot.active, kTag, __LINE__);
-        q4_free(ind, kTag, __LINE__);
-        return;
-    }
+    // laid out by them as it always has been. Without a whole 8x8 block nothing can be drawn.
+    const int bw = w / RASTER_SUPERSAMPLE, bh = h / RASTER_SUPERSAMPLE;
     slot.nact = 0;
+    if (bw <= 0 || bh <= 0) return;
+    const long long size = (long long)w * h;
+    scratch.runs.clear();
 
     int k = 0;
     for (int y = ymin; y <= ymax; ++y) {
@@ -202,19 +258,22 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
             EDGE& b = slot.active[e + 1];
             const int xl = (int)std::ceil(a.x - 0.5);
             const int xr = (int)std::floor(b.x - 0.5);
-            if (xl <= xr) draw_line(y, xl, xr, xmin, ymin, w, h, mask);
+            if (xl <= xr) {
+                const long long first = (long long)(y - ymin) * w + (xl - xmin);
+                add_cells(scratch.runs, first, first + (xr - xl), w, size, RASTER_SUPERSAMPLE * bh,
+                          RASTER_SUPERSAMPLE * bw);
+            }
             a.x += a.dx;
             b.x += b.dx;
         }
     }
 
+    scratch.sums.assign((size_t)bw * (size_t)bh, 0);
+    sum_blocks(scratch.runs, bw, scratch.sums.data());
     // Integer division truncates toward zero, so a polygon at negative coordinates lands one
     // pixel right or down of where floor rounding would put it; kept for the same pixels.
-    draw_ssimage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, w, h, mask, part, band);
-
-    q4_free(slot.active, kTag, __LINE__);
-    q4_free(ind, kTag, __LINE__);
-    q4_free(mask, kTag, __LINE__);
+    blend_coverage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, bw, bh,
+                   scratch.sums.data(), part, band);
 }
 
 void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, int band)
@@ -240,10 +299,21 @@ void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, 
         }
     }
 
+    blend_coverage(ox, oy, bw, bh, sums, part, band);
+    q4_free(sums, kTag, __LINE__);
+}
+
+void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPART* part, int band)
+{
     tagPARTSET* s = set;
     ImageQ4* layer = s->work[band];
     ImageQ4* colours = s->shapes_over_cols ? s->source2 : nullptr;
     const float density = s->density;
+    {
+        const int top = oy > 0 ? oy : 0;
+        const int bottom = oy + bh - 1 < s->height2 - 1 ? oy + bh - 1 : s->height2 - 1;
+        if (top <= bottom) mark_layer_rows(band, top, bottom);
+    }
     for (int Y = oy; Y < oy + bh; ++Y) {
         if (Y < 0 || Y >= s->height2) continue;
         PixelQ4* dst_row = layer->rows[Y];
@@ -273,5 +343,4 @@ void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, 
             d.a = (unsigned short)clamp15(((long long)a * 32767 + (long long)d.a * m) >> 15);
         }
     }
-    q4_free(sums, kTag, __LINE__);
 }

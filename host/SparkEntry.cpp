@@ -1,5 +1,6 @@
 // The host's entry points: start-up, clip and buffer counts, one frame, shut-down.
 #include <stdio.h>
+#include <string.h>
 #include <unistd.h>
 
 #include "Library/Q4Convert.h"
@@ -29,18 +30,37 @@ void print_rule(char c) {
     fputc('\n', stdout);
 }
 
-// Destroys the frame images of the clips. A frame abandoned half-way (a buffer the host could
-// not give) releases what it had made too: the effect never sees those images.
+// Destroys the frame images of the clips; their blocks go back to the effect's cache. A frame
+// abandoned half-way (a buffer the host could not give) releases what it had made too: the
+// effect never sees those images.
 void release_source_images() {
     for (SourceQ4* source : kSources) {
-        delete source->image;
+        Instance.frame_blocks.Give(source->image);
         source->image = nullptr;
     }
 }
 
+// Pixels of a reduced image that no host sample reaches (the even rounding of its size) read
+// as zero, as in a freshly mapped block, rather than as whatever an earlier frame left there.
+void clear_unreached(ImageQ4* image, int width, int height, int divisor) {
+    const int cols = ConvertSamplesReached(width, divisor);
+    const int rows = ConvertSamplesReached(height, divisor);
+    for (int y = 0; y < image->height; ++y) {
+        const int from = y < rows ? cols : 0;
+        if (from < image->width)
+            memset(image->rows[y] + from, 0, (size_t)(image->width - from) * sizeof(PixelQ4));
+    }
+}
+
+// The frame image of a clip (copy 1) or of the result (copy 0), over a block of the cache.
 ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int divisor, int copy) {
-    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, nullptr, copy)
-                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, nullptr, copy);
+    if (!pixels) return nullptr;
+    ImageQ4* image = Instance.frame_blocks.Take(ConvertWorkingSize(width, divisor),
+                                                ConvertWorkingSize(height, divisor));
+    if (!image) return nullptr;
+    if (copy && divisor > 1) clear_unreached(image, width, height, divisor);
+    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, copy)
+                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, copy);
 }
 
 }  // namespace
@@ -168,7 +188,7 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
         ConvertToDLImage12(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor, 0);
     else
         ConvertToDLImage8(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor);
-    delete result.image;
+    Instance.frame_blocks.Give(result.image);
     result.image = nullptr;
 
     sparkViewingCursor(1);
