@@ -156,9 +156,12 @@ void add_cells(std::vector<RowRun>& runs, long long first, long long last, int w
     }
 }
 
-// The 8x8 block sums of the cells the runs set; a cell set twice counts once.
-void sum_blocks(std::vector<RowRun>& runs, int bw, int* sums)
+// The 8x8 block sums of the cells the runs set; a cell set twice counts once. `steps` holds
+// bh x (bw + 1) zeros on entry: the whole blocks a run crosses are counted there as a step of 8
+// up and down along the block row, and summed across once per block row at the end.
+void sum_blocks(std::vector<RowRun>& runs, int bw, int bh, int* sums, int* steps)
 {
+    const int S = RASTER_SUPERSAMPLE;
     // Runs arrive in scan-line order; only a span reaching back across a row start breaks it.
     for (size_t i = 1; i < runs.size(); ++i) {
         const RowRun r = runs[i];
@@ -176,15 +179,30 @@ void sum_blocks(std::vector<RowRun>& runs, int bw, int* sums)
             covered = -1;
         }
         const int a = r.first > covered + 1 ? r.first : covered + 1;
-        if (r.last > covered) covered = r.last;
-        if (a > r.last) continue;
-        int* block_row = sums + (long long)(row / RASTER_SUPERSAMPLE) * bw;
-        for (int c = a / RASTER_SUPERSAMPLE; c <= r.last / RASTER_SUPERSAMPLE; ++c) {
-            const int lo = c * RASTER_SUPERSAMPLE > a ? c * RASTER_SUPERSAMPLE : a;
-            const int hi = c * RASTER_SUPERSAMPLE + RASTER_SUPERSAMPLE - 1 < r.last
-                               ? c * RASTER_SUPERSAMPLE + RASTER_SUPERSAMPLE - 1
-                               : r.last;
-            block_row[c] += hi - lo + 1;
+        const int b = r.last;
+        if (b > covered) covered = b;
+        if (a > b) continue;
+        int* block_row = sums + (long long)(row / S) * bw;
+        const int ca = a / S, cb = b / S;
+        if (ca == cb) {
+            block_row[ca] += b - a + 1;
+            continue;
+        }
+        block_row[ca] += (ca + 1) * S - a;
+        block_row[cb] += b - cb * S + 1;
+        if (cb > ca + 1) {
+            int* step_row = steps + (long long)(row / S) * (bw + 1);
+            step_row[ca + 1] += S;
+            step_row[cb] -= S;
+        }
+    }
+    for (int br = 0; br < bh; ++br) {
+        int* block_row = sums + (long long)br * bw;
+        const int* step_row = steps + (long long)br * (bw + 1);
+        int level = 0;
+        for (int c = 0; c < bw; ++c) {
+            level += step_row[c];
+            block_row[c] += level;
         }
     }
 }
@@ -269,7 +287,8 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
     }
 
     scratch.sums.assign((size_t)bw * (size_t)bh, 0);
-    sum_blocks(scratch.runs, bw, scratch.sums.data());
+    scratch.steps.assign((size_t)(bw + 1) * (size_t)bh, 0);
+    sum_blocks(scratch.runs, bw, bh, scratch.sums.data(), scratch.steps.data());
     // Integer division truncates toward zero, so a polygon at negative coordinates lands one
     // pixel right or down of where floor rounding would put it; kept for the same pixels.
     blend_coverage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, bw, bh,
@@ -309,34 +328,43 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
     ImageQ4* layer = s->work[band];
     ImageQ4* colours = s->shapes_over_cols ? s->source2 : nullptr;
     const float density = s->density;
-    {
-        const int top = oy > 0 ? oy : 0;
-        const int bottom = oy + bh - 1 < s->height2 - 1 ? oy + bh - 1 : s->height2 - 1;
-        if (top <= bottom) mark_layer_rows(band, top, bottom);
+    const int top = oy > 0 ? oy : 0;
+    const int bottom = oy + bh - 1 < s->height2 - 1 ? oy + bh - 1 : s->height2 - 1;
+    const int left = ox > 0 ? ox : 0;
+    const int right = ox + bw - 1 < s->width2 - 1 ? ox + bw - 1 : s->width2 - 1;
+    if (top > bottom || left > right) return;
+    mark_layer_rows(band, top, bottom);
+    // Full coverage (64 samples) at density 1 is 32768, one in 15-bit fixed point. A block sum
+    // is one of 65 values, so their coverages are worked out once.
+    int coverage[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
+    bool narrow = true;
+    for (int k = 0; k <= RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE; ++k) {
+        coverage[k] = (int)((float)k * 0.015625f * 32768.0f * density);
+        narrow = narrow && coverage[k] >= 0 && coverage[k] <= 32768;
     }
-    for (int Y = oy; Y < oy + bh; ++Y) {
-        if (Y < 0 || Y >= s->height2) continue;
+    const int own[3] = {(int)part->colour[0], (int)part->colour[1], (int)part->colour[2]};
+    for (int Y = top; Y <= bottom; ++Y) {
         PixelQ4* dst_row = layer->rows[Y];
-        for (int X = ox; X < ox + bw; ++X) {
-            if (X < 0 || X >= s->width2) continue;
-            const int sum = sums[(Y - oy) * bw + (X - ox)];
-            // Full coverage (64 samples) at density 1 is 32768, one in 15-bit fixed point.
-            const int a = (int)((float)sum * 0.015625f * 32768.0f * density);
-            int cr, cg, cb;
-            if (colours) {
-                const PixelQ4& c = colours->rows[Y][X];
-                cr = c.r;
-                cg = c.g;
-                cb = c.b;
-            } else {
-                cr = (int)part->colour[0];
-                cg = (int)part->colour[1];
-                cb = (int)part->colour[2];
-            }
+        const PixelQ4* colour_row = colours ? colours->rows[Y] : nullptr;
+        const int* sum_row = sums + (long long)(Y - oy) * bw - ox;
+        for (int X = left; X <= right; ++X) {
+            const int a = coverage[sum_row[X]];
+            const int cr = colour_row ? colour_row[X].r : own[0];
+            const int cg = colour_row ? colour_row[X].g : own[1];
+            const int cb = colour_row ? colour_row[X].b : own[2];
             PixelQ4& d = dst_row[X];
-            // Premultiplied "over" of a solid colour with coverage a; wide intermediates give the
-            // 32-bit results wherever those fit and keep densities above 1 from overflowing.
-            const long long m = 32768 - a;
+            const int m = 32768 - a;
+            if (narrow) {
+                // Premultiplied "over" of a solid colour with coverage a of at most one: every
+                // sum stays within 32 bits and above zero.
+                d.r = (unsigned short)clamp15((cr * a + d.r * m) >> 15);
+                d.g = (unsigned short)clamp15((cg * a + d.g * m) >> 15);
+                d.b = (unsigned short)clamp15((cb * a + d.b * m) >> 15);
+                d.a = (unsigned short)clamp15((a * 32767 + d.a * m) >> 15);
+                continue;
+            }
+            // Densities above 1 turn m negative; wide intermediates keep them from overflowing
+            // and the clamps absorb the excess.
             d.r = (unsigned short)clamp15(((long long)cr * a + (long long)d.r * m) >> 15);
             d.g = (unsigned short)clamp15(((long long)cg * a + (long long)d.g * m) >> 15);
             d.b = (unsigned short)clamp15(((long long)cb * a + (long long)d.b * m) >> 15);

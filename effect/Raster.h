@@ -40,6 +40,7 @@ struct RasterScratch {
     std::vector<EDGE> active;  // active edge list
     std::vector<RowRun> runs;  // set cells of the mask, by row
     std::vector<int> sums;     // 8x8 block sums
+    std::vector<int> steps;    // whole blocks crossed, as steps along each block row
 };
 
 #endif
