@@ -26,6 +26,21 @@ int ConvertWorkingSize(int full, int n);
 // below `full`. The rounding up to an even size can leave the last column or row unreached.
 int ConvertSamplesReached(int full, int n);
 
+// One conversion cut into row bands: the same pixels as the whole conversion, so the bands can
+// run on separate jobs. An import needs its image set up first (the conversion with copy 0);
+// an export writes host rows (image rows at full resolution).
+struct ConvertJobQ4 {
+    void* buffer;
+    ImageQ4* image;
+    int width, height;  // the host frame's
+    int n;              // sub-sampling step
+    int twelve_bit;
+    int to_host;        // 1: export, 0: import
+};
+// Rows the job is cut over.
+int ConvertRowCount(ImageQ4* image, int height, int n, int to_host);
+void ConvertRows(const ConvertJobQ4* job, int first, int last);
+
 // Band workers for the host's fork (sparkMpFork): each job finds its band from sparkMpInfo, the
 // row count and the job count, exactly as ImageQ4::MultiProcess does.
 extern "C" {

@@ -74,11 +74,15 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* part
     if (home >= 0 && m > 0) {
         const float px = xs_[i], py = ys_[i];
         const int cx = home % gx_, cy = home / gx_;
+        double far2 = 0.0;  // a little above the square of the farthest kept distance
         auto consider = [&](int j) {
             if (j == i) return;
             const float dx = px - xs_[j];
             const float dy = py - ys_[j];
-            const float d = std::sqrt(dx * dx + dy * dy);
+            const float d2 = dx * dx + dy * dy;
+            // Well beyond the farthest kept candidate: its root cannot tie with it.
+            if (count == m && (double)d2 > far2) return;
+            const float d = std::sqrt(d2);
             if (!(d < EMPTY_MATE_DISTANCE)) return;
             int at = count;
             if (count == m) {
@@ -94,6 +98,7 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* part
             }
             bd[at] = d;
             bi[at] = j;
+            if (count == m) far2 = (double)bd[m - 1] * (double)bd[m - 1] * (1.0 + 1e-6);
         };
         const double inf = std::numeric_limits<double>::infinity();
         for (int r = 0;; ++r) {

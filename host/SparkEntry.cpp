@@ -52,6 +52,18 @@ void clear_unreached(ImageQ4* image, int width, int height, int divisor) {
     }
 }
 
+void convert_band(void* job, int first, int last) {
+    ConvertRows(static_cast<const ConvertJobQ4*>(job), first, last);
+}
+
+// A conversion in row bands on every job: the bands give the same pixels as the conversion on
+// one thread, in a fraction of the time.
+void convert_in_bands(void* buffer, ImageQ4* image, int width, int height, int divisor,
+                      int to_host) {
+    ConvertJobQ4 job = {buffer, image, width, height, divisor, DLtwelveBit ? 1 : 0, to_host};
+    lib_mp_exec(&Instance, convert_band, ConvertRowCount(image, height, divisor, to_host), &job);
+}
+
 // The frame image of a clip (copy 1) or of the result (copy 0), over a block of the cache.
 ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int divisor, int copy) {
     if (!pixels) return nullptr;
@@ -59,8 +71,11 @@ ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int div
                                                 ConvertWorkingSize(height, divisor));
     if (!image) return nullptr;
     if (copy && divisor > 1) clear_unreached(image, width, height, divisor);
-    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, copy)
-                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, copy);
+    // Set up as the conversion sets it up; the pixels follow in bands.
+    image = DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, 0)
+                        : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, 0);
+    if (copy) convert_in_bands(pixels, image, width, height, divisor, 0);
+    return image;
 }
 
 }  // namespace
@@ -184,10 +199,8 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
         result.image->InBlend(blend, Instance.info.source1.image);
 
     release_source_images();
-    if (DLtwelveBit)
-        ConvertToDLImage12(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor, 0);
-    else
-        ConvertToDLImage8(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor);
+    if (result.image && DLoutputRecord.Buffer)
+        convert_in_bands(DLoutputRecord.Buffer, result.image, DLwidth, DLheight, divisor, 1);
     Instance.frame_blocks.Give(result.image);
     result.image = nullptr;
 

@@ -12,7 +12,7 @@ imagemagick"
 for extra in "$@"; do
     case "$extra" in
         demo) PACKAGES="$PACKAGES ffmpeg" ;;
-        bench) PACKAGES="$PACKAGES libopencv-dev hyperfine" ;;
+        bench) PACKAGES="$PACKAGES libopencv-dev hyperfine time" ;;
         *) echo "setup: unknown package group '$extra' (known: demo, bench)" >&2; exit 2 ;;
     esac
 done
