@@ -236,9 +236,8 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
     if (!layer || !colour || !matte) return;
 
     const float A = shape_angle(p);
-    const double t = -(double)A * DEG_TO_RAD;
-    const float c = (float)std::cos(t);
-    const float s = (float)std::sin(t);
+    float c, s;
+    cos_sin_deg(-A, c, s);
     const int iw = st->width2;
     const int ih = st->height2;
     const float ax = (float)pixel_ratio;

@@ -92,8 +92,9 @@ void Vesk::part_info_from_spark(tagPARTSET* s) {
     // Values are read at the frame being processed, so animated controls follow their curves.
     const double t = frame < 0.0 ? 0.0 : frame;
 
-    PixelQ4 colour;
-    c.shape_colour.GetValue(t, colour);
+    // The colour is the control's cached value, where a full byte reaches 32767; reading the
+    // packed word again (GetValue) would stop at 32640 and leave white one level short.
+    const PixelQ4& colour = c.shape_colour.cache;
     s->colour[0] = (float)colour.r;
     s->colour[1] = (float)colour.g;
     s->colour[2] = (float)colour.b;

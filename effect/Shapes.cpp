@@ -9,18 +9,10 @@
 
 namespace {
 
-// Cosine and sine of an angle in degrees, rounded to the single precision the rotations use.
-void cos_sin(float angle, float& c, float& s)
-{
-    const double t = (double)angle * DEG_TO_RAD;
-    c = (float)std::cos(t);
-    s = (float)std::sin(t);
-}
-
 tagPOS turn_about(tagPOS p, int cx, int cy, float angle)
 {
     float c, s;
-    cos_sin(angle, c, s);
+    cos_sin_deg(angle, c, s);
     const float dx = p.x - (float)cx;
     const float dy = p.y - (float)cy;
     p.x = c * dx + s * dy + (float)cx;
@@ -39,6 +31,25 @@ tagPOS at(double x, double y)
 
 }  // namespace
 
+// Only the conversion factor is double: the radians are held as a float and their cosine and
+// sine are single precision, so every rotation turns by exactly the same float pair.
+void cos_sin_deg(float angle, float& c, float& s)
+{
+    const float t = (float)((double)angle * DEG_TO_RAD);
+    c = std::cos(t);
+    s = std::sin(t);
+}
+
+// The arc cosine and its scaling are double, rounded once to float; the turn for a downward
+// heading and the sum with the base rotation are float.
+float orientation_angle(float base_rotation, int living_rotate, const float heading[2])
+{
+    if (!living_rotate) return base_rotation;
+    float theta = (float)(std::acos((double)heading[0]) * RAD_TO_DEG);
+    if (heading[1] > 0.0f) theta = 360.0f - theta;
+    return base_rotation + theta;
+}
+
 tagPOS Rotate(tagPOS p, int cx, int cy, float angle) { return turn_about(p, cx, cy, angle); }
 
 tagPOS VRotate(tagPOS p, int cx, int cy, float angle) { return turn_about(p, cx, cy, angle); }
@@ -46,7 +57,7 @@ tagPOS VRotate(tagPOS p, int cx, int cy, float angle) { return turn_about(p, cx,
 tagPOS RotateInZ(tagPOS p, float angle)
 {
     float c, s;
-    cos_sin(angle, c, s);
+    cos_sin_deg(angle, c, s);
     const float x = p.x, y = p.y;
     p.x = c * x + s * y;
     p.y = c * y - s * x;
@@ -56,7 +67,7 @@ tagPOS RotateInZ(tagPOS p, float angle)
 tagPOS RotateInX(tagPOS p, float angle)
 {
     float c, s;
-    cos_sin(angle, c, s);
+    cos_sin_deg(angle, c, s);
     const float y = p.y, z = p.z;
     p.y = s * z + c * y;
     p.z = c * z - s * y;
@@ -66,7 +77,7 @@ tagPOS RotateInX(tagPOS p, float angle)
 tagPOS RotateInY(tagPOS p, float angle)
 {
     float c, s;
-    cos_sin(angle, c, s);
+    cos_sin_deg(angle, c, s);
     const float x = p.x, z = p.z;
     p.x = c * x - s * z;
     p.z = c * z + s * x;
@@ -77,11 +88,7 @@ tagPOS RotateInY(tagPOS p, float angle)
 // downward, so a positive y component turns the other way round).
 float Vesk::shape_angle(tagPART* p)
 {
-    const tagPARTSET* s = set;
-    if (!s->living_rotate) return s->base_rotation;
-    double theta = std::acos((double)p->heading[0]) * RAD_TO_DEG;
-    if (p->heading[1] > 0.0f) theta = 360.0 - theta;
-    return (float)((double)s->base_rotation + theta);
+    return orientation_angle(set->base_rotation, set->living_rotate, p->heading);
 }
 
 namespace {

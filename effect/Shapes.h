@@ -14,6 +14,13 @@
 const double DEG_TO_RAD = 0.017453292522222223;
 const double RAD_TO_DEG = 57.29577950560105;
 
+// Cosine and sine of `angle` degrees as every rotation (and the texture turn) uses them: the
+// radians rounded to float, then single-precision cosine and sine.
+void cos_sin_deg(float angle, float& c, float& s);
+// The angle a shape is turned by: the base rotation, plus with Living Rotate the heading's angle
+// (0 along +x, 90 straight up the image, 270 straight down).
+float orientation_angle(float base_rotation, int living_rotate, const float heading[2]);
+
 // The point turned by `angle` degrees about (cx, cy) in the x-y plane; z unchanged.
 tagPOS Rotate(tagPOS p, int cx, int cy, float angle);
 // The same computation, kept as its own entry for the wireframe preview.

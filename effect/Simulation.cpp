@@ -79,13 +79,14 @@ void Vesk::part_init(tagPARTSET* s, tagPART* p, tagPOS at) {
     const double t = frame < 0.0 ? 0.0 : frame;
     int* c = &draw_counter;
 
-    // The draws below are made in a fixed order; changing it changes every swarm.
-    float random_colours = (float)info.random_colours.GetValue(t);
-    if (random_colours > 0.0f) {
-        float k = random_colours / 100.0f;
+    // The draws below are made in a fixed order; changing it changes every swarm. The formulas
+    // of birth are worked in double and rounded once, when stored into the particle's floats.
+    const double random_colours = info.random_colours.GetValue(t);
+    if (random_colours > 0.0) {
+        const double k = random_colours / 100.0;
         for (int i = 0; i < 3; ++i) {
-            float r = part_rand_01(c);
-            p->colour[i] = (1.0f - r * k) * s->colour[i];
+            const double r = part_rand_01(c);
+            p->colour[i] = (float)((1.0 - r * k) * (double)s->colour[i]);
         }
     } else {
         for (int i = 0; i < 3; ++i) p->colour[i] = s->colour[i];
@@ -99,26 +100,26 @@ void Vesk::part_init(tagPARTSET* s, tagPART* p, tagPOS at) {
     p->vel.x = p->vel.y = p->vel.z = 0.0f;
     p->heading[0] = p->heading[1] = 0.0f;
 
-    p->speed_k = 0.75f + 0.25f * part_rand_01(c);
-    p->accel_k = 0.75f + 0.25f * part_rand_01(c);
-    p->space_k = 0.75f + 0.25f * part_rand_01(c);
+    p->speed_k = (float)(0.75 + 0.25 * (double)part_rand_01(c));
+    p->accel_k = (float)(0.75 + 0.25 * (double)part_rand_01(c));
+    p->space_k = (float)(0.75 + 0.25 * (double)part_rand_01(c));
 
-    float random_sizes = (float)info.random_sizes.GetValue(t);
-    if (random_sizes > 0.0f) {
-        float r = part_rand_01(c);
-        float f = 1.0f - (random_sizes / 100.0f) * r;
+    const double random_sizes = info.random_sizes.GetValue(t);
+    if (random_sizes > 0.0) {
+        const double r = part_rand_01(c);
+        const double f = 1.0 - (random_sizes / 100.0) * r;
         // Smaller shapes keep more personal space.
-        p->space_k = 0.75f + 0.25f * (1.0f - r);
-        float full[2] = {s->shape_w * f, s->shape_h * f};
-        float cur[2] = {s->shape_w_cur * f, s->shape_h_cur * f};
-        float cur_min = 8.0f / res_scale;
+        p->space_k = (float)(0.75 + 0.25 * (1.0 - r));
+        double full[2] = {(double)s->shape_w * f, (double)s->shape_h * f};
+        double cur[2] = {(double)s->shape_w_cur * f, (double)s->shape_h_cur * f};
+        const double cur_min = 8.0 / (double)res_scale;
         for (int i = 0; i < 2; ++i) {
-            if (full[i] < 8.0f) full[i] = 8.0f;
-            if (full[i] > 100.0f) full[i] = 100.0f;
+            if (full[i] < 8.0) full[i] = 8.0;
+            if (full[i] > 100.0) full[i] = 100.0;
             if (cur[i] < cur_min) cur[i] = cur_min;
-            if (cur[i] > 100.0f) cur[i] = 100.0f;
-            p->size_full[i] = full[i];
-            p->size_cur[i] = cur[i];
+            if (cur[i] > 100.0) cur[i] = 100.0;
+            p->size_full[i] = (float)full[i];
+            p->size_cur[i] = (float)cur[i];
         }
         p->isize_full = (int)p->size_full[0];
         p->isize_cur = (int)p->size_cur[0];

@@ -20,10 +20,7 @@ const float kMarginHigh = 1.2f;
 // The outline turns with the rendered shape: base rotation, plus the direction of travel with
 // Living Rotate.
 float OutlineAngle(const tagPARTSET* s, const tagPART* p) {
-    if (!s->living_rotate) return s->base_rotation;
-    double theta = acos((double)p->heading[0]) * RAD_TO_DEG;
-    if (p->heading[1] > 0.0f) theta = 360.0 - theta;
-    return (float)((double)s->base_rotation + theta);
+    return orientation_angle(s->base_rotation, s->living_rotate, p->heading);
 }
 
 tagPOS Point(double x, double y) {

@@ -66,8 +66,8 @@ unsigned Solid(int v, int bits)
     return bits == 8 ? (unsigned)(v >> 7) : (unsigned)(v >> 3);
 }
 
-// The panel's white reads back as 255 << 7 = 32640 per channel (no low-bit fill).
-const int kWhite15 = 255 << 7;
+// The panel's white on the 15-bit scale: (255 >> 1) | (255 << 7) = 32767 per channel.
+const int kWhite15 = (255 >> 1) | (255 << 7);
 
 struct Scene {
     int bits = 8;
@@ -131,8 +131,8 @@ void ExpectBlockOverPlate(const FrameBuffer& out, const FrameBuffer& plate, int 
 // with half-extent 4.5, so its supersamples run from 228 and 164: 8 x 8 solid pixels from
 // (28, 20). At half resolution the particle is 4 pixels wide at (16, 12), its solid block
 // (14..17, 10..13) replicated back to the same 8 x 8 host pixels. The solid colour is the
-// panel's white after the composite: 254 in 8 bits, 4079 in 12 bits on machines with 2 to 4
-// processors.
+// panel's white after the composite: exact white, 255 in 8 bits and 4095 in 12 bits, on any
+// number of layers (32767 loses at most 3 to the empty ones).
 TEST(RenderShapes, OneRectangleCoversExactlyItsPixels)
 {
     for (int bits : {8, 12})
@@ -142,6 +142,7 @@ TEST(RenderShapes, OneRectangleCoversExactlyItsPixels)
             auto p = SingleParticle({bits, half, "Rectangle"}, &plate);
             ASSERT_NE(p->plugin.renderFrame(1), nullptr);
             const unsigned white = Solid(kWhite15, bits);
+            ASSERT_EQ(white, bits == 8 ? 255u : 4095u);
             const unsigned inside[3] = {white, white, white};
             ExpectBlockOverPlate(p->host.buffer(1), plate, 28, 35, 20, 27, inside);
         }
@@ -166,7 +167,7 @@ TEST(RenderShapes, TextureSpritesCoverTheirFootprintWithTheClipColour)
                 unsigned inside[3] = {200, 100, 50};
                 if (bits == 12) inside[0] = 3200, inside[1] = 2600, inside[2] = 4000;
                 if (mode == 8) {
-                    // The particle's white through the opaque matte: (32640 * 32767) >> 15.
+                    // The particle's white through the opaque matte: (32767 * 32767) >> 15.
                     const unsigned w = Solid((kWhite15 * 32767) >> 15, bits);
                     inside[0] = inside[1] = inside[2] = w;
                 }

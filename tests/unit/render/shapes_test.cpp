@@ -1,5 +1,6 @@
 // Every polygon shape at a known position and size, compared pixel by pixel with the reference
 // coverage of its vertex list; culling and the heading angle.
+#include <cmath>
 #include <functional>
 
 #include "effect/Shapes.h"
@@ -99,26 +100,64 @@ TEST_F(ShapesTest, CullingUsesThePlainHalfSize)
 }
 
 // Heading angle: 0 along +x, 270 straight down the image, 90 straight up, added to the base
-// rotation only with Living Rotate. With a heading straight down the triangle's tip points down.
+// rotation only with Living Rotate: theta = float(acos(hx) x 57.2957...), then 360 - theta and the
+// sum with the base rotation in float. A particle just born has heading (0, 0): exactly 90.
+// With a heading straight down the triangle's tip points down.
 TEST_F(ShapesTest, HeadingAngleWithLivingRotate)
 {
     tagPART p = Particle(kColour[0], kColour[1], kColour[2]);
     vesk->set->base_rotation = 30.0f;
-    const struct {
-        float hx, hy, want;
-    } cases[] = {{0, 1, 300}, {0, -1, 120}, {1, 0, 30}, {-1, 0, 210}};
     p.heading[1] = 1.0f;
-    EXPECT_FLOAT_EQ(vesk->shape_angle(&p), 30.0f);
+    EXPECT_EQ(vesk->shape_angle(&p), 30.0f);
     vesk->set->living_rotate = 1;
+    EXPECT_EQ(vesk->shape_angle(&p), 300.0f);
+    const struct {
+        float base, hx, hy;
+    } cases[] = {{30.0f, 0.0f, -1.0f},    {30.0f, -1.0f, 0.0f},   {0.01f, 0.0f, 0.0f},
+                 {12.34f, -0.991f, 0.13f}, {12.34f, -0.99f, 0.14f}, {-200.5f, 0.6f, -0.8f}};
     for (const auto& c : cases) {
+        float theta = (float)(std::acos((double)c.hx) * 57.29577950560105);
+        if (c.hy > 0.0f) theta = 360.0f - theta;
+        vesk->set->base_rotation = c.base;
         p.heading[0] = c.hx;
         p.heading[1] = c.hy;
-        EXPECT_FLOAT_EQ(vesk->shape_angle(&p), c.want) << c.hx << "," << c.hy;
+        EXPECT_EQ(vesk->shape_angle(&p), c.base + theta) << c.hx << "," << c.hy;
     }
+    p.heading[0] = p.heading[1] = 0.0f;
     vesk->set->base_rotation = 0.0f;
-    p.heading[0] = 0.0f;
+    EXPECT_EQ(vesk->shape_angle(&p), 90.0f);
     p.heading[1] = 1.0f;
     auto want = ReferenceLayer({{12, 14}, {8, 6}, {16, 6}}, kColour, layer());
     vesk->draw_triangle(12, 8, 8, 8, 0, kH - 1, &p, 0);
     ExpectLayer(layer(), want);
+}
+
+// Rotations are single precision apart from the conversion factor: t = float(a x 0.0174...),
+// c = cosf(t), s = sinf(t), and float products. At 90 degrees the float t lies past pi / 2, so c
+// is about -4.4e-8 (the double t gives -2e-10); the other angles are ones where rounding the
+// double cosine or sine differs from the single-precision value.
+TEST(Rotation, SinglePrecisionApartFromTheConversionFactor)
+{
+    for (float a : {90.0f, -90.0f, 60.0f, 180.0f, 12.34f, 123.45f, 359.99f}) {
+        SCOPED_TRACE(a);
+        const float t = (float)((double)a * 0.017453292522222223);
+        const float c = cosf(t), s = sinf(t);
+        const tagPOS unit = RotateInZ({1.0f, 0.0f, 0.0f}, a);  // (c, -s) exactly
+        EXPECT_EQ(unit.x, c);
+        EXPECT_EQ(unit.y, -s);
+
+        const tagPOS p = {100.0f, 37.0f, -21.0f};
+        const tagPOS r = Rotate(p, 60, -20, a), v = VRotate(p, 60, -20, a);  // dx = 40, dy = 57
+        EXPECT_EQ(r.x, c * 40.0f + s * 57.0f + 60.0f);
+        EXPECT_EQ(r.y, c * 57.0f - s * 40.0f - 20.0f);
+        EXPECT_EQ(v.x, r.x);
+        EXPECT_EQ(v.y, r.y);
+        const tagPOS z = RotateInZ(p, a), x = RotateInX(p, a), y = RotateInY(p, a);
+        EXPECT_EQ(z.x, c * 100.0f + s * 37.0f);
+        EXPECT_EQ(z.y, c * 37.0f - s * 100.0f);
+        EXPECT_EQ(x.y, s * -21.0f + c * 37.0f);
+        EXPECT_EQ(x.z, c * -21.0f - s * 37.0f);
+        EXPECT_EQ(y.x, c * 100.0f - s * -21.0f);
+        EXPECT_EQ(y.z, c * -21.0f + s * 100.0f);
+    }
 }

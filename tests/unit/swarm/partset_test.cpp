@@ -67,8 +67,10 @@ TEST(PartInfo, ControlValuesArriveWithTheirFixedDivisors) {
     EXPECT_FLOAT_EQ(s->shape_w_cur, 18.0f);   // and / divisor 2
     EXPECT_FLOAT_EQ(s->shape_h_cur, 28.5f);
     EXPECT_EQ(s->shape, 4);
-    EXPECT_FLOAT_EQ(s->colour[0], 255.0f * 128.0f);
-    EXPECT_FLOAT_EQ(s->colour[1], 128.0f * 128.0f);
+    // Each byte b on the 15-bit scale as (b >> 1) | (b << 7): white reaches 32767.
+    EXPECT_EQ(s->colour[0], 32767.0f);
+    EXPECT_EQ(s->colour[1], 16448.0f);  // 64 | 16384
+    EXPECT_EQ(s->colour[2], 0.0f);
 }
 
 TEST(PartInfo, NeighbourTableRowsFollowTheSwarmSize) {

@@ -120,26 +120,31 @@ TEST(Birth, InitialisationDrawsInItsFixedOrder) {
     SparkFloat44.Value = 8.0f;   // Shape Height
     SparkBoolean39.Value = 1;    // Random Start
     SparkInt40.Value = 10;       // Frames in Cycle
-    SparkColor49.Color = 0xFFFFFFFFul;  // white: 32640 per channel
+    SparkColor49.Color = 0xFFFFFFFFul;  // white: (255 >> 1) | (255 << 7) = 32767 per channel
     SyncAllControls();
     PrepareSet(64, 48);
     Vesk& v = Instance;
     // Entries 1, 2 place the birth; 3..5 scale the colours, 6..8 the personal factors,
-    // 9 the size and 10 the texture start.
-    const float r[] = {0, 0.5f, 0.5f, 0.1f, 0.2f, 0.4f, 0.0f, 0.4f, 0.8f, 0.5f, 0.35f};
+    // 9 the size and 10 the texture start. The formulas are worked in double and rounded once;
+    // for these draws a float evaluation lands one unit away in the colours, space_k and width.
+    const float r[] = {0, 0.5f, 0.5f, 0.3f, 0.2f, 0.101f, 0.0f, 0.4f, 0.8f, 0.400036f, 0.35f};
     for (int i = 1; i <= 10; ++i) v.random_table[i] = r[i];
     v.part_set_execute(v.set, 0);
     ASSERT_EQ(LiveCount(), 1);
     tagPART* p = v.set->live_list;
     EXPECT_EQ(v.draw_counter, 10);
-    for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(p->colour[i], (1.0f - r[3 + i] * 0.5f) * 32640.0f);
-    EXPECT_FLOAT_EQ(p->speed_k, 0.75f);
-    EXPECT_FLOAT_EQ(p->accel_k, 0.85f);
-    EXPECT_FLOAT_EQ(p->space_k, 0.75f + 0.25f * 0.5f);  // replaced by the size draw
-    // f = 1 - 0.5 * 0.5 = 0.75: 30 x 6, the height raised to the 8-pixel minimum.
-    EXPECT_FLOAT_EQ(p->size_full[0], 30.0f);
-    EXPECT_FLOAT_EQ(p->size_full[1], 8.0f);
-    EXPECT_EQ(p->isize_cur, 30);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(p->colour[i], (float)((1.0 - (double)r[3 + i] * 0.5) * 32767.0)) << i;
+    EXPECT_EQ(p->speed_k, 0.75f);
+    EXPECT_EQ(p->accel_k, (float)(0.75 + 0.25 * (double)r[7]));
+    // Replaced by the size draw: smaller shapes keep more space.
+    EXPECT_EQ(p->space_k, (float)(0.75 + 0.25 * (1.0 - (double)r[9])));
+    // f = 1 - 0.5 r: the width 40 f, the height 8 f raised to the 8-pixel minimum.
+    const double f = 1.0 - 0.5 * (double)r[9];
+    EXPECT_EQ(p->size_full[0], (float)(40.0 * f));
+    EXPECT_EQ(p->size_cur[0], (float)(40.0 * f));
+    EXPECT_EQ(p->size_full[1], 8.0f);
+    EXPECT_EQ(p->isize_cur, 31);
     EXPECT_EQ(p->tex_frame, 3);  // trunc(10 * 0.35)
 
     // Without Random Sizes: whole pixels, no 8-pixel minimum, and no size draw.
