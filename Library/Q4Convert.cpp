@@ -29,6 +29,32 @@ ImageQ4* prepare_import(ImageQ4* image, int w, int h, double ratio, int n) {
     return image;
 }
 
+// Image rows first..last of an import (the sampled host rows at a reduced resolution).
+template <typename Host, int Words, void (*Import)(PixelQ4&, const Host*)>
+void import_rows(const Host* buffer, int width, int height, int n, ImageQ4* image, int first,
+                 int last) {
+    if (n == 1) {
+        for (int y = first; y <= last && y < height; y++) {
+            PixelQ4* row = image->rows[y];
+            const Host* src = buffer + (size_t)y * width * Words;
+            for (int x = 0; x < width; x++) Import(row[x], src + x * Words);
+        }
+        return;
+    }
+    // Pixels are picked, not averaged, on a grid that starts half a step in. Image pixels no
+    // sample reaches (the even rounding) keep what they held.
+    const int cols = reduced_size(width, n) < image->width ? reduced_size(width, n) : image->width;
+    const int rows = reduced_size(height, n) < image->height ? reduced_size(height, n) : image->height;
+    for (int j = first; j <= last && j < rows; j++) {
+        const long long y = (long long)j * n + n / 2;
+        if (y >= height) break;
+        PixelQ4* row = image->rows[j];
+        const Host* src = buffer + (size_t)y * width * Words;
+        int i = 0;
+        for (int x = n / 2; x < width && i < cols; x += n, i++) Import(row[i], src + (size_t)x * Words);
+    }
+}
+
 template <typename Host, int Words, void (*Import)(PixelQ4&, const Host*)>
 ImageQ4* import_frame(const Host* buffer, int width, int height, double ratio, int n,
                       ImageQ4* image, int copy) {
@@ -37,38 +63,23 @@ ImageQ4* import_frame(const Host* buffer, int width, int height, double ratio, i
     if (n == 1) {
         image = prepare_import(image, width, height, ratio, 1);
         if (!image || !copy) return image;
-        for (int y = 0; y < height; y++) {
-            PixelQ4* row = image->rows[y];
-            const Host* src = buffer + (size_t)y * width * Words;
-            for (int x = 0; x < width; x++) Import(row[x], src + x * Words);
-        }
+        import_rows<Host, Words, Import>(buffer, width, height, 1, image, 0, height - 1);
         return image;
     }
     const int W = reduced_size(width, n), H = reduced_size(height, n);
     image = prepare_import(image, W, H, ratio, n);
     if (!image || !copy || n / 2 >= height) return image;
-    // Pixels are picked, not averaged, on a grid that starts half a step in. Image pixels no
-    // sample reaches (the even rounding) keep what they held.
-    const int rows = H < image->height ? H : image->height;
-    const int cols = W < image->width ? W : image->width;
-    int j = 0;
-    for (int y = n / 2; y < height && j < rows; y += n, j++) {
-        PixelQ4* row = image->rows[j];
-        const Host* src = buffer + (size_t)y * width * Words;
-        int i = 0;
-        for (int x = n / 2; x < width && i < cols; x += n, i++) Import(row[i], src + (size_t)x * Words);
-    }
+    import_rows<Host, Words, Import>(buffer, width, height, n, image, 0, H - 1);
     return image;
 }
 
+// Host rows first..last of an export (image rows at full resolution).
 template <typename Host, int Words, void (*Export)(const PixelQ4&, Host*)>
-void export_frame(ImageQ4* image, Host* buffer, int width, int height, int n) {
-    if (n < 1) n = 1;
-    if (!buffer || !image) return;
+void export_rows(ImageQ4* image, Host* buffer, int width, int height, int n, int first, int last) {
     const int iw = image->width, ih = image->height;
     if (n == 1) {
         // The image is the host frame's size; the host width is not consulted.
-        for (int y = 0; y < ih; y++) {
+        for (int y = first; y <= last && y < ih; y++) {
             const PixelQ4* row = image->rows[y];
             Host* dst = buffer + (size_t)y * iw * Words;
             for (int x = 0; x < iw; x++) Export(row[x], dst + x * Words);
@@ -78,7 +89,7 @@ void export_frame(ImageQ4* image, Host* buffer, int width, int height, int n) {
     if (iw <= 0 || ih <= 0) return;
     // Every host pixel is written from the nearest lower sample, so a reduced image is shown
     // by replication over the whole frame.
-    for (int y = 0; y < height; y++) {
+    for (int y = first; y <= last && y < height; y++) {
         const int r = y / n < ih - 1 ? y / n : ih - 1;
         const PixelQ4* row = image->rows[r];
         Host* dst = buffer + (size_t)y * width * Words;
@@ -89,7 +100,22 @@ void export_frame(ImageQ4* image, Host* buffer, int width, int height, int n) {
     }
 }
 
+template <typename Host, int Words, void (*Export)(const PixelQ4&, Host*)>
+void export_frame(ImageQ4* image, Host* buffer, int width, int height, int n) {
+    if (n < 1) n = 1;
+    if (!buffer || !image) return;
+    export_rows<Host, Words, Export>(image, buffer, width, height, n, 0,
+                                     n == 1 ? image->height - 1 : height - 1);
+}
+
 }  // namespace
+
+int ConvertWorkingSize(int full, int n) { return n <= 1 ? full : reduced_size(full, n); }
+
+int ConvertSamplesReached(int full, int n) {
+    if (n <= 1) return full;
+    return full > n / 2 ? (full - n / 2 - 1) / n + 1 : 0;
+}
 
 ImageQ4* ConvertFromDLImage8(void* buffer, int width, int height, double ratio, int n,
                              ImageQ4* image, int copy) {
@@ -126,4 +152,30 @@ void ConvertToDLImage12(ImageQ4* image, void* buffer, int width, int height, int
     }
     export_frame<unsigned short, 3, q4_export12>(image, static_cast<unsigned short*>(buffer), width,
                                                  height, n);
+}
+
+int ConvertRowCount(ImageQ4* image, int height, int n, int to_host) {
+    if (!image) return 0;
+    return (to_host && n > 1) ? height : image->height;
+}
+
+void ConvertRows(const ConvertJobQ4* job, int first, int last) {
+    const int n = job->n < 1 ? 1 : job->n;
+    if (!job->buffer || !job->image) return;
+    if (job->to_host) {
+        if (job->twelve_bit)
+            export_rows<unsigned short, 3, q4_export12>(job->image, static_cast<unsigned short*>(job->buffer),
+                                                        job->width, job->height, n, first, last);
+        else
+            export_rows<unsigned char, 3, q4_export8>(job->image, static_cast<unsigned char*>(job->buffer),
+                                                      job->width, job->height, n, first, last);
+        return;
+    }
+    if (n > 1 && n / 2 >= job->height) return;
+    if (job->twelve_bit)
+        import_rows<unsigned short, 3, q4_import12>(static_cast<const unsigned short*>(job->buffer),
+                                                    job->width, job->height, n, job->image, first, last);
+    else
+        import_rows<unsigned char, 3, q4_import8>(static_cast<const unsigned char*>(job->buffer),
+                                                  job->width, job->height, n, job->image, first, last);
 }

@@ -19,6 +19,28 @@ ImageQ4* ConvertFromDLImage12(void* buffer, int width, int height, double ratio,
 void ConvertToDLImage8(ImageQ4* image, void* buffer, int width, int height, int n);
 void ConvertToDLImage12(ImageQ4* image, void* buffer, int width, int height, int n, int truncate);
 
+// Working size of one side of a frame of `full` host pixels at sub-sampling step n: the quotient,
+// rounded up to an even number (n below 1 counts as 1, and then the size is `full`).
+int ConvertWorkingSize(int full, int n);
+// Host samples that reach one side of the working image: columns (or rows) n / 2, n / 2 + n, ...
+// below `full`. The rounding up to an even size can leave the last column or row unreached.
+int ConvertSamplesReached(int full, int n);
+
+// One conversion cut into row bands: the same pixels as the whole conversion, so the bands can
+// run on separate jobs. An import needs its image set up first (the conversion with copy 0);
+// an export writes host rows (image rows at full resolution).
+struct ConvertJobQ4 {
+    void* buffer;
+    ImageQ4* image;
+    int width, height;  // the host frame's
+    int n;              // sub-sampling step
+    int twelve_bit;
+    int to_host;        // 1: export, 0: import
+};
+// Rows the job is cut over.
+int ConvertRowCount(ImageQ4* image, int height, int n, int to_host);
+void ConvertRows(const ConvertJobQ4* job, int first, int last);
+
 // Band workers for the host's fork (sparkMpFork): each job finds its band from sparkMpInfo, the
 // row count and the job count, exactly as ImageQ4::MultiProcess does.
 extern "C" {

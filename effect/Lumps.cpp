@@ -28,6 +28,14 @@ unsigned short over(long long colour, long long a, long long dst)
     return (unsigned short)clamp15((colour * a + dst * (32768 - a)) >> 15);
 }
 
+// The band whose layer this is (-1 for an image that is no layer of the set).
+int band_of_layer(const tagPARTSET* s, const ImageQ4* layer)
+{
+    for (int i = 0; i < 4; ++i)
+        if (s->work[i] == layer) return i;
+    return -1;
+}
+
 }  // namespace
 
 tagPARTLUMP* part_lump_create(float r, float ax, float ay)
@@ -83,6 +91,11 @@ void Vesk::part_anti_aliased_lump(ImageQ4* layer, int iw, int /*ih*/, int px, in
     // at the first column past its right edge.
     const int j0 = half - px > 0 ? half - px : 0;
     const int j1 = iw - px + half < n ? iw - px + half : n;
+    {
+        const int top = py - half > y0 ? py - half : y0;
+        const int bottom = py - half + lump->height - 1 < y1 - 1 ? py - half + lump->height - 1 : y1 - 1;
+        if (top <= bottom && top >= 0) mark_layer_rows(band_of_layer(set, layer), top, bottom);
+    }
     for (int i = 0; i < lump->height; ++i) {
         const int y = py - half + i;
         if (y < y0) continue;
@@ -245,6 +258,11 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
     const int mode = st->shape;
     const TextureRows* sums = band >= 0 && band < RASTER_SCAN_SLOTS ? &texture_rows[band] : nullptr;
     if (sums && !(sums->ready && sums->width == iw && sums->height == ih)) sums = nullptr;
+    {
+        const int top = py - hy > 0 ? py - hy : 0;
+        const int bottom = py + hy - 1 < ih - 1 ? py + hy - 1 : ih - 1;
+        if (top <= bottom) mark_layer_rows(band, top, bottom);
+    }
 
     for (int v = -hy; v < hy; ++v) {
         const int Y = py + v;

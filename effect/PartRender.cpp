@@ -136,17 +136,57 @@ void Vesk::mp_PartRender(int start, int end)
     render_chunk(band);
 }
 
+namespace {
+
+// A layer's part in one row of the composite: absent, known to be transparent black (a row the
+// frame driver's layer did not draw into), or to be read.
+enum LayerRow { kAbsent, kClear, kRead };
+
+// One row over which every layer present is clear: each channel only shrinks by the layers'
+// complement, (v * 32767) >> 15 per layer. A value of at most 65535 keeps the product within 32
+// bits, so the loop runs on plain unsigned lanes that the compiler vectorises.
+void composite_clear_row(unsigned short* v, int count, int clear_layers)
+{
+    for (int i = 0; i < count; ++i) {
+        unsigned t = v[i];
+        for (int k = 0; k < clear_layers; ++k) t = (t * 32767u) >> 15;
+        v[i] = (unsigned short)(t > 32767u ? 32767u : t);
+    }
+}
+
+}  // namespace
+
 void Vesk::mp_Composite(int start, int end)
 {
     tagPARTSET* s = set;
     if (!s || !s->result) return;
     ImageQ4* out = s->result;
-    const int layers = layer_count(bands);
+    const int layers_in_use = layer_count(bands);
     const int width = out->width;
     for (int y = start; y <= end; ++y) {
         PixelQ4* row = out->rows[y];
         const PixelQ4* lrow[PART_MAX_BANDS];
-        for (int i = 0; i < layers; ++i) lrow[i] = s->work[i] ? s->work[i]->rows[y] : nullptr;
+        LayerRow kind[PART_MAX_BANDS];
+        int read = 0, clear = 0;
+        for (int i = 0; i < layers_in_use; ++i) {
+            lrow[i] = nullptr;
+            kind[i] = kAbsent;
+            if (!s->work[i]) continue;
+            // Rows of the frame driver's own layers outside what this frame drew into are
+            // known to be transparent black.
+            if (s->work[i] == layers[i] && (y < layer_dirty[i][0] || y > layer_dirty[i][1])) {
+                kind[i] = kClear;
+                ++clear;
+            } else {
+                kind[i] = kRead;
+                lrow[i] = s->work[i]->rows[y];
+                ++read;
+            }
+        }
+        if (read == 0) {
+            composite_clear_row(&row[0].r, width * 4, clear);
+            continue;
+        }
         for (int x = 0; x < width; ++x) {
             // The base is the output image itself (the frame driver placed the background there).
             // Wide values: layers of faint texture sprites can hold colour well above their alpha,
@@ -156,9 +196,10 @@ void Vesk::mp_Composite(int start, int end)
             // 32767 while the shift divides by 32768, so even a fully opaque layer lets 1/32768 of
             // what lies beneath through and an empty layer shrinks a value by 1/32768; colours are
             // never rounded up. Kept so existing setups composite to the same values.
-            for (int i = 0; i < layers; ++i) {
-                if (!lrow[i]) continue;
-                const PixelQ4& P = lrow[i][x];
+            for (int i = 0; i < layers_in_use; ++i) {
+                if (kind[i] == kAbsent) continue;
+                static const PixelQ4 transparent(0, 0, 0, 0);
+                const PixelQ4& P = kind[i] == kRead ? lrow[i][x] : transparent;
                 const long long k = 32767 - P.a;
                 v[0] = P.r + ((v[0] * k) >> 15);
                 v[1] = P.g + ((v[1] * k) >> 15);

@@ -133,21 +133,99 @@ void Vesk::draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, in
     for (long long idx = first; idx <= last; ++idx) mask[idx] = 1;
 }
 
+namespace {
+
+// Adds the cells idx = first .. last of a w-wide mask of `size` cells as runs per row. Cells
+// outside the mask are skipped; a run that passes the end of a row goes on at the start of the
+// next, as the mask's layout has it. Rows from `rows` on and columns from `cols` on make no
+// whole block and are not kept.
+void add_cells(std::vector<RowRun>& runs, long long first, long long last, int w, long long size,
+               int rows, int cols)
+{
+    if (first < 0) first = 0;
+    if (last > size - 1) last = size - 1;
+    while (first <= last) {
+        const long long row = first / w;
+        if (row >= rows) return;
+        const long long row_end = row * w + w - 1;
+        const long long end = last < row_end ? last : row_end;
+        const int a = (int)(first - row * w);
+        const int b = (int)(end - row * w) < cols - 1 ? (int)(end - row * w) : cols - 1;
+        if (a <= b) runs.push_back(RowRun{(int)row, a, b});
+        first = end + 1;
+    }
+}
+
+// The 8x8 block sums of the cells the runs set; a cell set twice counts once. `steps` holds
+// bh x (bw + 1) zeros on entry: the whole blocks a run crosses are counted there as a step of 8
+// up and down along the block row, and summed across once per block row at the end.
+void sum_blocks(std::vector<RowRun>& runs, int bw, int bh, int* sums, int* steps)
+{
+    const int S = RASTER_SUPERSAMPLE;
+    // Runs arrive in scan-line order; only a span reaching back across a row start breaks it.
+    for (size_t i = 1; i < runs.size(); ++i) {
+        const RowRun r = runs[i];
+        size_t j = i;
+        while (j > 0 && (runs[j - 1].row > r.row || (runs[j - 1].row == r.row && runs[j - 1].first > r.first))) {
+            runs[j] = runs[j - 1];
+            --j;
+        }
+        runs[j] = r;
+    }
+    int row = -1, covered = -1;
+    for (const RowRun& r : runs) {
+        if (r.row != row) {
+            row = r.row;
+            covered = -1;
+        }
+        const int a = r.first > covered + 1 ? r.first : covered + 1;
+        const int b = r.last;
+        if (b > covered) covered = b;
+        if (a > b) continue;
+        int* block_row = sums + (long long)(row / S) * bw;
+        const int ca = a / S, cb = b / S;
+        if (ca == cb) {
+            block_row[ca] += b - a + 1;
+            continue;
+        }
+        block_row[ca] += (ca + 1) * S - a;
+        block_row[cb] += b - cb * S + 1;
+        if (cb > ca + 1) {
+            int* step_row = steps + (long long)(row / S) * (bw + 1);
+            step_row[ca + 1] += S;
+            step_row[cb] -= S;
+        }
+    }
+    for (int br = 0; br < bh; ++br) {
+        int* block_row = sums + (long long)br * bw;
+        const int* step_row = steps + (long long)br * (bw + 1);
+        int level = 0;
+        for (int c = 0; c < bw; ++c) {
+            level += step_row[c];
+            block_row[c] += level;
+        }
+    }
+}
+
+}  // namespace
+
+// The coverage mask is never laid out in full: each span becomes a run of cells per mask row
+// (with the row layout's wrap and drop) and the runs are counted straight into the 8x8 block
+// sums. The cells counted are exactly those the mask would hold, so every pixel gets the same
+// coverage; the working memory is the scan slot's own, kept between polygons.
 void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
 {
     ScanSlot& slot = scan_slots[band];
+    RasterScratch& scratch = raster_scratch[band];
     slot.n = n;
     for (int i = 0; i < n; ++i) pts[i] = ssize(pts[i], RASTER_SUPERSAMPLE, RASTER_SUPERSAMPLE);
     slot.pt = pts;
     if (n < 1) return;
 
-    int* ind = (int*)q4_malloc(sizeof(int) * (size_t)n, kTag, __LINE__);
-    slot.active = (EDGE*)q4_malloc(sizeof(EDGE) * (size_t)n, kTag, __LINE__);
-    if (!ind || !slot.active) {
-        q4_free(ind, kTag, __LINE__);
-        q4_free(slot.active, kTag, __LINE__);
-        return;
-    }
+    scratch.ind.resize((size_t)n);
+    scratch.active.resize((size_t)n);
+    int* ind = scratch.ind.data();
+    slot.active = scratch.active.data();
     for (int k = 0; k < n; ++k) ind[k] = k;
 
     sort_indx(ind, n, band);
@@ -161,16 +239,12 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
     const int h = ymax - ymin;
 
     // w and h are one less than the supersample columns and rows the polygon spans; the mask is
-    // sized by them as it always has been.
-    long long cells = (long long)w * h;
-    if (cells < 0) cells = -cells;
-    int* mask = (int*)q4_calloc(cells > 0 ? (size_t)cells : 1, sizeof(int), kTag, __LINE__);
-    if (!mask) {
-        q4_free(slot.active, kTag, __LINE__);
-        q4_free(ind, kTag, __LINE__);
-        return;
-    }
+    // laid out by them as it always has been. Without a whole 8x8 block nothing can be drawn.
+    const int bw = w / RASTER_SUPERSAMPLE, bh = h / RASTER_SUPERSAMPLE;
     slot.nact = 0;
+    if (bw <= 0 || bh <= 0) return;
+    const long long size = (long long)w * h;
+    scratch.runs.clear();
 
     int k = 0;
     for (int y = ymin; y <= ymax; ++y) {
@@ -202,19 +276,23 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
             EDGE& b = slot.active[e + 1];
             const int xl = (int)std::ceil(a.x - 0.5);
             const int xr = (int)std::floor(b.x - 0.5);
-            if (xl <= xr) draw_line(y, xl, xr, xmin, ymin, w, h, mask);
+            if (xl <= xr) {
+                const long long first = (long long)(y - ymin) * w + (xl - xmin);
+                add_cells(scratch.runs, first, first + (xr - xl), w, size, RASTER_SUPERSAMPLE * bh,
+                          RASTER_SUPERSAMPLE * bw);
+            }
             a.x += a.dx;
             b.x += b.dx;
         }
     }
 
+    scratch.sums.assign((size_t)bw * (size_t)bh, 0);
+    scratch.steps.assign((size_t)(bw + 1) * (size_t)bh, 0);
+    sum_blocks(scratch.runs, bw, bh, scratch.sums.data(), scratch.steps.data());
     // Integer division truncates toward zero, so a polygon at negative coordinates lands one
     // pixel right or down of where floor rounding would put it; kept for the same pixels.
-    draw_ssimage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, w, h, mask, part, band);
-
-    q4_free(slot.active, kTag, __LINE__);
-    q4_free(ind, kTag, __LINE__);
-    q4_free(mask, kTag, __LINE__);
+    blend_coverage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, bw, bh,
+                   scratch.sums.data(), part, band);
 }
 
 void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, int band)
@@ -240,38 +318,57 @@ void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, 
         }
     }
 
+    blend_coverage(ox, oy, bw, bh, sums, part, band);
+    q4_free(sums, kTag, __LINE__);
+}
+
+void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPART* part, int band)
+{
     tagPARTSET* s = set;
     ImageQ4* layer = s->work[band];
     ImageQ4* colours = s->shapes_over_cols ? s->source2 : nullptr;
     const float density = s->density;
-    for (int Y = oy; Y < oy + bh; ++Y) {
-        if (Y < 0 || Y >= s->height2) continue;
+    const int top = oy > 0 ? oy : 0;
+    const int bottom = oy + bh - 1 < s->height2 - 1 ? oy + bh - 1 : s->height2 - 1;
+    const int left = ox > 0 ? ox : 0;
+    const int right = ox + bw - 1 < s->width2 - 1 ? ox + bw - 1 : s->width2 - 1;
+    if (top > bottom || left > right) return;
+    mark_layer_rows(band, top, bottom);
+    // Full coverage (64 samples) at density 1 is 32768, one in 15-bit fixed point. A block sum
+    // is one of 65 values, so their coverages are worked out once.
+    int coverage[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
+    bool narrow = true;
+    for (int k = 0; k <= RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE; ++k) {
+        coverage[k] = (int)((float)k * 0.015625f * 32768.0f * density);
+        narrow = narrow && coverage[k] >= 0 && coverage[k] <= 32768;
+    }
+    const int own[3] = {(int)part->colour[0], (int)part->colour[1], (int)part->colour[2]};
+    for (int Y = top; Y <= bottom; ++Y) {
         PixelQ4* dst_row = layer->rows[Y];
-        for (int X = ox; X < ox + bw; ++X) {
-            if (X < 0 || X >= s->width2) continue;
-            const int sum = sums[(Y - oy) * bw + (X - ox)];
-            // Full coverage (64 samples) at density 1 is 32768, one in 15-bit fixed point.
-            const int a = (int)((float)sum * 0.015625f * 32768.0f * density);
-            int cr, cg, cb;
-            if (colours) {
-                const PixelQ4& c = colours->rows[Y][X];
-                cr = c.r;
-                cg = c.g;
-                cb = c.b;
-            } else {
-                cr = (int)part->colour[0];
-                cg = (int)part->colour[1];
-                cb = (int)part->colour[2];
-            }
+        const PixelQ4* colour_row = colours ? colours->rows[Y] : nullptr;
+        const int* sum_row = sums + (long long)(Y - oy) * bw - ox;
+        for (int X = left; X <= right; ++X) {
+            const int a = coverage[sum_row[X]];
+            const int cr = colour_row ? colour_row[X].r : own[0];
+            const int cg = colour_row ? colour_row[X].g : own[1];
+            const int cb = colour_row ? colour_row[X].b : own[2];
             PixelQ4& d = dst_row[X];
-            // Premultiplied "over" of a solid colour with coverage a; wide intermediates give the
-            // 32-bit results wherever those fit and keep densities above 1 from overflowing.
-            const long long m = 32768 - a;
+            const int m = 32768 - a;
+            if (narrow) {
+                // Premultiplied "over" of a solid colour with coverage a of at most one: every
+                // sum stays within 32 bits and above zero.
+                d.r = (unsigned short)clamp15((cr * a + d.r * m) >> 15);
+                d.g = (unsigned short)clamp15((cg * a + d.g * m) >> 15);
+                d.b = (unsigned short)clamp15((cb * a + d.b * m) >> 15);
+                d.a = (unsigned short)clamp15((a * 32767 + d.a * m) >> 15);
+                continue;
+            }
+            // Densities above 1 turn m negative; wide intermediates keep them from overflowing
+            // and the clamps absorb the excess.
             d.r = (unsigned short)clamp15(((long long)cr * a + (long long)d.r * m) >> 15);
             d.g = (unsigned short)clamp15(((long long)cg * a + (long long)d.g * m) >> 15);
             d.b = (unsigned short)clamp15(((long long)cb * a + (long long)d.b * m) >> 15);
             d.a = (unsigned short)clamp15(((long long)a * 32767 + (long long)d.a * m) >> 15);
         }
     }
-    q4_free(sums, kTag, __LINE__);
 }

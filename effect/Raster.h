@@ -26,4 +26,21 @@ enum { RASTER_SUPERSAMPLE = 8 };
 // of the band index to the layer count (a job beyond the last layer finds an empty chunk).
 enum { RASTER_SCAN_SLOTS = 5 };
 
+// A run of set cells in one row of the coverage mask, columns first..last inclusive.
+struct RowRun {
+    int row, first, last;
+};
+
+#include <vector>
+
+// Working memory of one scan slot, kept from polygon to polygon so that drawing a particle
+// allocates nothing once the largest shape has been seen.
+struct RasterScratch {
+    std::vector<int> ind;      // vertex indices, sorted by x then by y
+    std::vector<EDGE> active;  // active edge list
+    std::vector<RowRun> runs;  // set cells of the mask, by row
+    std::vector<int> sums;     // 8x8 block sums
+    std::vector<int> steps;    // whole blocks crossed, as steps along each block row
+};
+
 #endif

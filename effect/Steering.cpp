@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/q4_heap.h"
+#include "effect/NeighbourGrid.h"
 #include "effect/Particles.h"
 #include "effect/Vesk.h"
 #include "Library/Q4Image.h"
@@ -14,8 +15,6 @@ namespace {
 
 // Distance of an empty neighbour row: farther than any real neighbour.
 const float EMPTY_MATE_DISTANCE = 9999.0f;
-// Candidates screened together in the neighbour search.
-const int SCREEN_GROUP = 8;
 // Avoid-matte values below this are obstacles.
 const int AVOID_OBSTACLE_BELOW = 16384;
 
@@ -67,20 +66,6 @@ bool walk_line(int x0, int y0, int x1, int y1, Visit visit) {
         }
         y += sy;
     }
-}
-
-// Moves row 0 down past every row with a strictly larger distance. On a table sorted
-// farthest first apart from its new row 0 this is exactly what the bubble sort of
-// sort_table does (its first pass sinks the row, the later passes find nothing to swap),
-// at a fraction of the comparisons.
-inline void sink_first_row(tagF_MATE* table, int m) {
-    tagF_MATE row = table[0];
-    int i = 0;
-    while (i + 1 < m && table[i + 1].dist > row.dist) {
-        table[i] = table[i + 1];
-        ++i;
-    }
-    table[i] = row;
 }
 
 }  // namespace
@@ -309,8 +294,7 @@ int Vesk::calc_vesk() {
     int n = 0;
     for (tagPART* p = s->live_list; p; p = p->next) ++n;
     // One table for the whole pass, reused for every particle, and the positions gathered
-    // in list order so the quadratic search reads memory in sequence instead of chasing
-    // the list's links.
+    // in list order.
     tagF_MATE* table = (tagF_MATE*)q4_malloc((size_t)m * sizeof(tagF_MATE), STEERING_TAG, __LINE__);
     float* xs = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
     float* ys = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
@@ -330,60 +314,13 @@ int Vesk::calc_vesk() {
         parts[k] = p;
     }
 
+    // The nearest neighbours through a grid of cells, giving the very table the search over
+    // every pair in list order gives (rows, order and ties).
+    NeighbourGrid grid;
+    grid.Build(xs, ys, n);
     for (int i = 0; i < n; ++i) {
-        tagPART* p = parts[i];
-        clear_table(table);
-        const float px = xs[i];
-        const float py = ys[i];
-        // Square of the farthest kept distance, exact in double. A candidate whose squared
-        // distance reaches it cannot be strictly nearer after the square root either (the
-        // rounded root of a value at or above t * t is at least t), so most candidates are
-        // rejected without a root and the result is the same as comparing roots. A value just
-        // below t * t whose root rounds up to t is compared by that root, so it ties with the
-        // farthest kept neighbour and is not taken. Candidates are screened eight at a time
-        // against a float bound a little above that square; the kept distance only shrinks,
-        // so a screened-out group stays out.
-        double far2 = (double)table[0].dist * (double)table[0].dist;
-        float screen = std::nextafter((float)far2, INFINITY);
-        for (int j0 = 0; j0 < n; j0 += SCREEN_GROUP) {
-            const int count = n - j0 < SCREEN_GROUP ? n - j0 : SCREEN_GROUP;
-            float d2s[SCREEN_GROUP];
-            int near_any = 0;
-            if (count == SCREEN_GROUP) {
-                for (int t = 0; t < SCREEN_GROUP; ++t) {
-                    float dx = px - xs[j0 + t];
-                    float dy = py - ys[j0 + t];
-                    d2s[t] = dx * dx + dy * dy;
-                }
-                for (int t = 0; t < SCREEN_GROUP; ++t) near_any |= d2s[t] < screen;
-            } else {
-                for (int t = 0; t < count; ++t) {
-                    float dx = px - xs[j0 + t];
-                    float dy = py - ys[j0 + t];
-                    d2s[t] = dx * dx + dy * dy;
-                    near_any |= d2s[t] < screen;
-                }
-            }
-            if (!near_any) continue;
-            for (int t = 0; t < count; ++t) {
-                const int j = j0 + t;
-                if ((double)d2s[t] >= far2) continue;
-                float d = std::sqrt(d2s[t]);
-                // Only a strictly nearer candidate replaces the farthest kept neighbour.
-                if (j != i && d < table[0].dist) {
-                    const tagPART* q = parts[j];
-                    table[0].x = q->pos.x;
-                    table[0].y = q->pos.y;
-                    table[0].dist = d;
-                    table[0].vx = q->vel.x;
-                    table[0].vy = q->vel.y;
-                    sink_first_row(table, m);
-                    far2 = (double)table[0].dist * (double)table[0].dist;
-                    screen = std::nextafter((float)far2, INFINITY);
-                }
-            }
-        }
-        calc_accel(table, p);
+        grid.Nearest(i, m, table, parts);
+        calc_accel(table, parts[i]);
     }
     q4_free(parts, STEERING_TAG, __LINE__);
     q4_free(ys, STEERING_TAG, __LINE__);

@@ -5,6 +5,8 @@
 #include "framework/PluginQ4.h"
 #include "framework/OverlayQ4.h"
 #include "effect/VeskInfo.h"
+#include "Library/Q4FrameCache.h"
+#include "effect/Raster.h"
 
 class Vesk : public PluginQ4, public OverlayQ4 {
 public:
@@ -34,6 +36,20 @@ public:
     int last_w, last_h;           // frame size the particle sizes were computed for
     class ImageQ4* scratch_a;
     class ImageQ4* scratch_b;
+    // Blocks of the frame-sized images (clips, result, layers, scratch), kept between frames.
+    FrameBlockCacheQ4 frame_blocks;
+    // Rows of each layer that may hold non-zero pixels ([first, last], empty when first > last).
+    // The layers keep their blocks between frames, so only these rows need clearing.
+    int layer_dirty[4][2];
+    class ImageQ4* layers[4];
+    void mp_clear_layers(int first_row, int last_row);
+    void prepare_layers(int w, int h);
+    // Widens the dirty rows of a band's layer; called by the shape writers of that band only.
+    void mark_layer_rows(int band, int first_row, int last_row) {
+        if (band < 0 || band > 3) return;
+        if (first_row < layer_dirty[band][0]) layer_dirty[band][0] = first_row;
+        if (last_row > layer_dirty[band][1]) layer_dirty[band][1] = last_row;
+    }
 
     void fill_random_table();
 
@@ -96,6 +112,7 @@ public:
         struct EDGE* active;   // active edge list (owned by concave_d for one call)
     };
     ScanSlot scan_slots[5];
+    RasterScratch raster_scratch[5];
     float gradient_table[256][3];  // unit vectors, refilled by gradientTabInit
     // Per-band running sums along the rows of the texture clips, so that a texture sprite's box
     // filter adds one difference per row instead of every pixel. Built for a chunk of several
@@ -119,6 +136,9 @@ public:
     void sort_act(struct EDGE* active, int n);
     void draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, int* mask);
     void draw_ssimage(int ox, int oy, int w, int h, int* mask, struct tagPART* part, int band);
+    // The blend of draw_ssimage from its bw x bh block sums (0 .. 64 each).
+    void blend_coverage(int ox, int oy, int bw, int bh, const int* sums, struct tagPART* part,
+                        int band);
 
     // Polygon shapes (effect/Shapes.cpp); y1 is the band bottom (image height - 1)
     void draw_square(int cx, int cy, int W, int H, int y0, int y1, struct tagPART* p, int band);

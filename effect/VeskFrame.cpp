@@ -15,15 +15,6 @@ namespace {
 const int CONSTRUCTION_RANDOM_SEED = -567;
 const int CONSTRUCTION_GRADIENT_SEED = -665;
 
-ImageQ4* new_frame_image(int w, int h) {
-    ImageQ4* img = new (std::nothrow) ImageQ4(w, h);
-    if (img && !img->pixels) {
-        delete img;
-        return nullptr;
-    }
-    return img;
-}
-
 }  // namespace
 
 Vesk::Vesk()
@@ -47,6 +38,11 @@ Vesk::Vesk()
       last_h(0),
       scratch_a(nullptr),
       scratch_b(nullptr) {
+    for (int i = 0; i < 4; ++i) {
+        layers[i] = nullptr;
+        layer_dirty[i][0] = 0;
+        layer_dirty[i][1] = -1;
+    }
     gradientTabInit(CONSTRUCTION_GRADIENT_SEED);
     fill_random_table();
     set = part_set_create(PART_BLOCK_CAPACITY);
@@ -55,6 +51,39 @@ Vesk::Vesk()
 Vesk::~Vesk() {
     part_set_destroy(set);
     set = nullptr;
+    for (ImageQ4*& layer : layers) {
+        frame_blocks.Give(layer);
+        layer = nullptr;
+    }
+}
+
+void Vesk::mp_clear_layers(int first_row, int last_row) {
+    for (int i = 0; i < 4; ++i) {
+        ImageQ4* layer = layers[i];
+        if (!layer) continue;
+        const int from = first_row > layer_dirty[i][0] ? first_row : layer_dirty[i][0];
+        const int to = last_row < layer_dirty[i][1] ? last_row : layer_dirty[i][1];
+        for (int y = from; y <= to; ++y)
+            memset(layer->rows[y], 0, (size_t)layer->width * sizeof(PixelQ4));
+    }
+}
+
+// The four layers of this frame, cleared to transparent black. They keep their blocks while the
+// frame size stays, and only the rows the previous frame drew into need clearing again.
+void Vesk::prepare_layers(int w, int h) {
+    for (int i = 0; i < 4; ++i) {
+        if (layers[i] && layers[i]->width == w && layers[i]->height == h) continue;
+        frame_blocks.Give(layers[i]);
+        layers[i] = frame_blocks.Take(w, h);
+        // A block from the cache holds whatever it held last.
+        layer_dirty[i][0] = 0;
+        layer_dirty[i][1] = h - 1;
+    }
+    MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_clear_layers), h);
+    for (int i = 0; i < 4; ++i) {
+        layer_dirty[i][0] = h;
+        layer_dirty[i][1] = -1;
+    }
 }
 
 void Vesk::fill_random_table() {
@@ -81,8 +110,8 @@ void Vesk::ProcessFrame() {
     // 1. Frame size and the two scratch images of this frame.
     frame_w = out->width;
     frame_h = out->height;
-    scratch_a = new_frame_image(frame_w, frame_h);
-    scratch_b = new_frame_image(frame_w, frame_h);
+    scratch_a = frame_blocks.Take(frame_w, frame_h);
+    scratch_b = frame_blocks.Take(frame_w, frame_h);
 
     // 2. Geometry of the output.
     s->width = s->width2 = frame_w;
@@ -109,10 +138,8 @@ void Vesk::ProcessFrame() {
     s->source3 = info.source3.image;
     s->birth_matte = info.source4.image;
     s->avoid_matte = info.source5.image;
-    for (int i = 0; i < 4; ++i) {
-        s->work[i] = new_frame_image(frame_w, frame_h);
-        if (s->work[i]) s->work[i]->Fill(0, 0, 0, 0);
-    }
+    prepare_layers(frame_w, frame_h);
+    for (int i = 0; i < 4; ++i) s->work[i] = layers[i];
 
     // 6. The swarm is drawn over the background clip.
     if (s->source1) out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
@@ -178,12 +205,9 @@ void Vesk::ProcessFrame() {
     part_restart_and_step((int)frame);
 
     // 11. This frame's images go.
-    for (int i = 0; i < 4; ++i) {
-        delete s->work[i];
-        s->work[i] = nullptr;
-    }
-    delete scratch_a;
-    delete scratch_b;
+    for (int i = 0; i < 4; ++i) s->work[i] = nullptr;
+    frame_blocks.Give(scratch_a);
+    frame_blocks.Give(scratch_b);
     scratch_a = scratch_b = nullptr;
 
     // 12. The output keeps the background's matte.

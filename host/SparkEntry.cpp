@@ -1,5 +1,6 @@
 // The host's entry points: start-up, clip and buffer counts, one frame, shut-down.
 #include <stdio.h>
+#include <string.h>
 #include <unistd.h>
 
 #include "Library/Q4Convert.h"
@@ -29,18 +30,52 @@ void print_rule(char c) {
     fputc('\n', stdout);
 }
 
-// Destroys the frame images of the clips. A frame abandoned half-way (a buffer the host could
-// not give) releases what it had made too: the effect never sees those images.
+// Destroys the frame images of the clips; their blocks go back to the effect's cache. A frame
+// abandoned half-way (a buffer the host could not give) releases what it had made too: the
+// effect never sees those images.
 void release_source_images() {
     for (SourceQ4* source : kSources) {
-        delete source->image;
+        Instance.frame_blocks.Give(source->image);
         source->image = nullptr;
     }
 }
 
+// Pixels of a reduced image that no host sample reaches (the even rounding of its size) read
+// as zero, as in a freshly mapped block, rather than as whatever an earlier frame left there.
+void clear_unreached(ImageQ4* image, int width, int height, int divisor) {
+    const int cols = ConvertSamplesReached(width, divisor);
+    const int rows = ConvertSamplesReached(height, divisor);
+    for (int y = 0; y < image->height; ++y) {
+        const int from = y < rows ? cols : 0;
+        if (from < image->width)
+            memset(image->rows[y] + from, 0, (size_t)(image->width - from) * sizeof(PixelQ4));
+    }
+}
+
+void convert_band(void* job, int first, int last) {
+    ConvertRows(static_cast<const ConvertJobQ4*>(job), first, last);
+}
+
+// A conversion in row bands on every job: the bands give the same pixels as the conversion on
+// one thread, in a fraction of the time.
+void convert_in_bands(void* buffer, ImageQ4* image, int width, int height, int divisor,
+                      int to_host) {
+    ConvertJobQ4 job = {buffer, image, width, height, divisor, DLtwelveBit ? 1 : 0, to_host};
+    lib_mp_exec(&Instance, convert_band, ConvertRowCount(image, height, divisor, to_host), &job);
+}
+
+// The frame image of a clip (copy 1) or of the result (copy 0), over a block of the cache.
 ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int divisor, int copy) {
-    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, nullptr, copy)
-                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, nullptr, copy);
+    if (!pixels) return nullptr;
+    ImageQ4* image = Instance.frame_blocks.Take(ConvertWorkingSize(width, divisor),
+                                                ConvertWorkingSize(height, divisor));
+    if (!image) return nullptr;
+    if (copy && divisor > 1) clear_unreached(image, width, height, divisor);
+    // Set up as the conversion sets it up; the pixels follow in bands.
+    image = DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, 0)
+                        : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, 0);
+    if (copy) convert_in_bands(pixels, image, width, height, divisor, 0);
+    return image;
 }
 
 }  // namespace
@@ -164,11 +199,9 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
         result.image->InBlend(blend, Instance.info.source1.image);
 
     release_source_images();
-    if (DLtwelveBit)
-        ConvertToDLImage12(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor, 0);
-    else
-        ConvertToDLImage8(result.image, DLoutputRecord.Buffer, DLwidth, DLheight, divisor);
-    delete result.image;
+    if (result.image && DLoutputRecord.Buffer)
+        convert_in_bands(DLoutputRecord.Buffer, result.image, DLwidth, DLheight, divisor, 1);
+    Instance.frame_blocks.Give(result.image);
     result.image = nullptr;
 
     sparkViewingCursor(1);

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Runs every benchmark program, then renders 100 frames of the demo scene at 1920x1080 and reports
-# frames per second with the image reading and writing shown apart from the plug-in's own time.
+# Runs every benchmark program, then renders the demo scene through sparkhost and reports the
+# frame goals: steady-state plug-in time and page faults per frame at 1920x1080 and 3840x2160,
+# against a memcpy of one HD image measured by bench_goals in the same run.
 set -eu
 BUILD=${1:-build}
 OUT=out/bench
@@ -9,15 +10,48 @@ mkdir -p "$OUT"
 for program in "$BUILD"/bench_*; do
     [ -x "$program" ] || continue
     echo "== $(basename "$program")"
-    "$program"
+    if [ "$(basename "$program")" = bench_goals ]; then
+        "$program" "$OUT/memcpy_hd_ms"
+    else
+        "$program"
+    fi
 done
 
-echo "== demo scene, 100 frames at 1920x1080"
-rm -rf "$OUT/scene"
-mkdir -p "$OUT/scene"
-"$BUILD/sparkhost" render "$BUILD/vesk.spark" --frames 1-100 --size 1920x1080 \
-    --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
-    --keys examples/food-path.keys -o "$OUT/scene/vesk.####.png" 2>&1 | grep '^sparkhost: rendered'
+# The demo scene for `count` frames at `size`; prints "<plug-in seconds> <minor faults>".
+scene() {
+    size=$1 count=$2
+    rm -rf "$OUT/scene"
+    mkdir -p "$OUT/scene"
+    /usr/bin/time -f "faults %R" -o "$OUT/time.txt" \
+        "$BUILD/sparkhost" render "$BUILD/vesk.spark" --frames "1-$count" --size "$size" \
+        --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
+        --keys examples/food-path.keys -o "$OUT/scene/vesk.####.tif" >/dev/null 2>"$OUT/render.txt"
+    grep '^sparkhost: rendered' "$OUT/render.txt" >&2
+    # The summary gives the plug-in's time per frame; the total is that times the frames.
+    per_frame=$(sed -n 's/.*plug-in \([0-9.]*\) ms.*/\1/p' "$OUT/render.txt")
+    plugin=$(awk -v ms="$per_frame" -v n="$count" 'BEGIN { printf "%.4f", ms * n / 1000 }')
+    faults=$(sed -n 's/^faults //p' "$OUT/time.txt")
+    echo "$plugin $faults"
+}
+
+echo "== demo scene through sparkhost (steady state: frames 4 to 13 of a 13-frame render)"
+hd_short=$(scene 1920x1080 3)
+hd_long=$(scene 1920x1080 13)
+uhd_short=$(scene 3840x2160 3)
+uhd_long=$(scene 3840x2160 13)
+memcpy_ms=$(cat "$OUT/memcpy_hd_ms" 2>/dev/null || echo 0)
+echo "$hd_short $hd_long $uhd_short $uhd_long $memcpy_ms" | awk '
+function verdict(ok) { return ok ? "met" : "NOT MET" }
+{
+    hd = ($3 - $1) * 100; uhd = ($7 - $5) * 100;          # ms per frame over 10 frames
+    hdf = ($4 - $2) / 10; uhdf = ($8 - $6) / 10;            # minor faults per frame
+    printf "frame HD plug-in time %.1f ms, 4K %.1f ms; page faults per frame HD %.0f, 4K %.0f\n", hd, uhd, hdf, uhdf
+    printf "goal 0 page faults per frame, HD                %8.0f (target <= 100): %s\n", hdf, verdict(hdf <= 100)
+    printf "goal 0 page faults per frame, 4K                %8.0f (target <= 100): %s\n", uhdf, verdict(uhdf <= 100)
+    printf "goal 0 4K frame / HD frame                      %8.2fx (target <= 4.3x): %s\n", uhd / hd, verdict(uhd / hd <= 4.3)
+    if ($9 > 0) printf "goal 5 HD frame / memcpy of one HD image         %8.2fx (target <= 25x): %s\n", hd / $9, verdict(hd / $9 <= 25)
+    printf "goal 5 4K frame / HD frame                      %8.2fx (target <= 4.3x): %s\n", uhd / hd, verdict(uhd / hd <= 4.3)
+}'
 
 # --- sparkhost render loop (stages alone vs overlapped) ---
 bench/render_loop.sh "$BUILD"

@@ -13,7 +13,7 @@ imagemagick"
 for extra in "$@"; do
     case "$extra" in
         demo) PACKAGES="$PACKAGES ffmpeg" ;;
-        bench) PACKAGES="$PACKAGES libopencv-dev hyperfine" ;;
+        bench) PACKAGES="$PACKAGES libopencv-dev hyperfine time" ;;
         farm) PACKAGES="$PACKAGES slurm-wlm munge" ;;
         *) echo "setup: unknown package group '$extra' (known: demo, bench, farm)" >&2; exit 2 ;;
     esac
