@@ -18,3 +18,6 @@ mkdir -p "$OUT/scene"
 "$BUILD/sparkhost" render "$BUILD/vesk.spark" --frames 1-100 --size 1920x1080 \
     --press "Simple Food Hunt" --set "Vesk Size=120" --set "Add Living Rotate=on" \
     --keys examples/food-path.keys -o "$OUT/scene/vesk.####.png" 2>&1 | grep '^sparkhost: rendered'
+
+# ---- soak: 10,000 small frames, resident memory flat within 5 % (added separately; see bench/soak.cpp)
+"$BUILD/vesk_soak" 10000 "$OUT/soak.png"

@@ -13,7 +13,8 @@ for extra in "$@"; do
     case "$extra" in
         demo) PACKAGES="$PACKAGES ffmpeg" ;;
         bench) PACKAGES="$PACKAGES libopencv-dev hyperfine" ;;
-        *) echo "setup: unknown package group '$extra' (known: demo, bench)" >&2; exit 2 ;;
+        fuzz) PACKAGES="$PACKAGES clang-14 libclang-rt-14-dev" ;;
+        *) echo "setup: unknown package group '$extra' (known: demo, bench, fuzz)" >&2; exit 2 ;;
     esac
 done
 

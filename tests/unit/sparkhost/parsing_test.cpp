@@ -51,6 +51,12 @@ TEST(SequencePattern, FramesFillTheNumberedPartOnly) {
     SequencePattern p;
     for (const char* ambiguous : {"a.##.b.##.png", "a.####.%04d.png", "a.%4d.png", "a.%s.png", ""})
         EXPECT_FALSE(p.parse(ambiguous, &error)) << ambiguous;
+    // Padding past 20 digits would give every frame the same truncated name.
+    ASSERT_TRUE(p.parse("a.%020d.png", &error));
+    EXPECT_EQ(p.path(12), "a.00000000000000000012.png");
+    for (std::string wide : {"a.%021d.png", "a.%0924d.png", "a.%099999999999999999999d.png",
+                             "a." + std::string(21, '#') + ".png"})
+        EXPECT_FALSE(p.parse(wide, &error)) << wide;
 }
 
 TEST(Keyframes, ControlNamesMayHoldBlanksAndBadLinesNameTheirLine) {
