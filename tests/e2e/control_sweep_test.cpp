@@ -3,6 +3,7 @@
 // every frame; the suite's sanitizer build turns any memory fault or undefined behaviour on the
 // way into a failure.
 #include "harness.h"
+#include "sparkhost/lib/ValueText.h"
 
 using harness::InProcess;
 using sparkhost::Control;
@@ -11,7 +12,7 @@ using sparkhost::FrameBuffer;
 
 namespace {
 
-const int kResolutionList = 33, kRenderModeList = 59, kShapeList = 42, kVeskSize = 11;
+const int kResolutionList = 33, kRenderModeList = 59, kVeskSize = 11;
 
 // Every number at one end of its range, every switch on or off, every other list at its first or
 // last entry, colours black or white; Render Mode stays "Render" so that the shapes are drawn.
@@ -28,7 +29,9 @@ void SetEveryControl(InProcess& p, bool maximum, int veskSize)
             value = maximum ? std::to_string(panel.listEntries(c).size() - 1) : "0";
         if (c.number == kVeskSize && c.kind == ControlKind::Int) value = std::to_string(veskSize);
         std::string error;
-        if (!value.empty()) ASSERT_TRUE(panel.setRawValue(c, value, &error)) << error;
+        if (!value.empty()) {
+            ASSERT_TRUE(panel.setRawValue(c, value, &error)) << error;
+        }
     }
 }
 
@@ -38,35 +41,37 @@ struct Geometry {
 
 }  // namespace
 
+// One plug-in per depth; the host changes the frame size between frames. Each frame size and
+// resolution is drawn with every control at its minimum and then at its maximum, the shape
+// turning with both so that every shape meets every resolution at each depth.
 TEST(ControlSweep, EveryControlAtBothEndsAtTinyAndOddSizesEveryResolutionAndDepth)
 {
     const Geometry sizes[] = {{1, 1}, {2, 2}, {3, 2}, {7, 5}, {33, 19}};
-    for (int bits : {8, 12})
-        for (const Geometry& g : sizes)
-            for (int resolution = 0; resolution < 9; ++resolution) {
-                SCOPED_TRACE(std::to_string(g.width) + "x" + std::to_string(g.height) + " " +
-                             std::to_string(bits) + "-bit, resolution entry " + std::to_string(resolution));
-                InProcess p(g.width, g.height, bits, 4);
-                p.loadAndInitialise();
-                std::vector<FrameBuffer> clips(5, FrameBuffer(g.width, g.height, p.host.depthCode()));
-                for (unsigned i = 0; i < clips.size(); ++i) harness::fillPattern(clips[i], 40u + i);
-                p.host.setClipProvider([&clips](int clip, int, FrameBuffer& dest) {
-                    dest = clips[size_t(clip)];
-                    return true;
-                });
-                p.setRecord("Render Mode", "Render");
-                p.setRecord("33", std::to_string(resolution + 1));
-                p.plugin.startRender();
-                for (bool maximum : {false, true})
-                    for (int shape = 0; shape < 9; ++shape) {
-                        SetEveryControl(p, maximum, maximum ? 60 : 1);
-                        std::string error;
-                        const Control* list = p.plugin.panel().find(ControlKind::List, kShapeList);
-                        ASSERT_TRUE(p.plugin.panel().setRawValue(*list, std::to_string(shape), &error));
-                        ASSERT_EQ(p.plugin.renderFrame(1 + shape), p.host.buffer(1).words())
-                            << (maximum ? "maximum" : "minimum") << ", shape " << shape;
-                    }
-            }
+    for (int bits : {8, 12}) {
+        InProcess p(1, 1, bits, 4);
+        p.loadAndInitialise();
+        p.host.setClipProvider([](int clip, int, FrameBuffer& dest) {
+            harness::fillPattern(dest, 40u + unsigned(clip));
+            return true;
+        });
+        p.plugin.startRender();
+        int frame = 0;
+        for (int s = 0; s < 5; ++s)
+            for (int resolution = 0; resolution < 9; ++resolution)
+                for (bool maximum : {false, true}) {
+                    const int shape = (resolution + s + (maximum ? 4 : 0)) % 9;
+                    SCOPED_TRACE(std::to_string(sizes[s].width) + "x" + std::to_string(sizes[s].height) +
+                                 " " + std::to_string(bits) + "-bit, resolution entry " +
+                                 std::to_string(resolution + 1) + ", shape " + std::to_string(shape + 1) +
+                                 (maximum ? ", maximum" : ", minimum"));
+                    p.host.setFrameSize(sizes[s].width, sizes[s].height);
+                    SetEveryControl(p, maximum, maximum ? 60 : 1);
+                    p.setRecord("Render Mode", "Render");
+                    p.setRecord("33", std::to_string(resolution + 1));
+                    p.setRecord("Shape", std::to_string(shape + 1));
+                    ASSERT_EQ(p.plugin.renderFrame(++frame), p.host.buffer(1).words());
+                }
+    }
 }
 
 // The largest flock the panel allows, every rule on, at both ends of the frame sizes.
