@@ -97,7 +97,8 @@ int main(int argc, char** argv)
         {"Random Colours", "40"},       {"Use Birth Matte", "on"},     {"Use Avoid Matte", "on"},
         {"Match Velocity", "on"},       {"Avoid Others", "on"},        {"Vesk Gathering", "on"},
         {"Avoid Predator", "on"},       {"Hunt Food", "on"},           {"Predator X", "60"},
-        {"Predator Y", "40"}};
+        {"Predator Y", "40"},           {"Birth X", "15"},             {"Birth Y", "50"},
+        {"Birth Radius", "20"}};
     for (const auto& s : settings)
         if (!set(plugin, s[0], s[1])) return 2;
     // The food goes round the frame by keys on its two channels, once between restarts.

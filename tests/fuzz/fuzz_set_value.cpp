@@ -1,6 +1,8 @@
-// --set NAME=VALUE on the real panel: the name resolved as a person writes it, the value parsed
-// for the control's kind. An accepted number lies within the control's range; a refused value
-// leaves the record exactly as it was.
+// --set NAME=VALUE on the real panel: the value parsed for the control's kind. The name is looked
+// up without the suggestions of an error message (their edit distances would make every input
+// slow); a name that finds nothing picks a control by its first byte, so that every input reaches
+// the value parser. An accepted number lies within the control's range; a refused value leaves
+// the record exactly as it was.
 #include <algorithm>
 #include <vector>
 
@@ -14,11 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (eq == std::string::npos) return 0;
     std::string error;
     const sparkhost::Control* c =
-        panel.resolve(text.substr(0, eq), sparkhost::ControlUse::Value, &l.host, &error);
-    if (!c) {
-        fuzz::check(!error.empty(), "an unknown control is named in the message");
-        return 0;
-    }
+        panel.resolve(text.substr(0, eq), sparkhost::ControlUse::Value, &l.host, nullptr);
+    if (!c) c = &panel.controls()[size_t(data[0]) % panel.controls().size()];
     const auto* record = static_cast<const unsigned char*>(c->address);
     std::vector<unsigned char> before(record, record + c->initial.size());
     if (panel.setValue(*c, text.substr(eq + 1), &error)) {
