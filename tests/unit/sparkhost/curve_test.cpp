@@ -1,6 +1,8 @@
 // Animation curves: linear between keys, flat outside them, and the host's channel queries.
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include "spark/spark.h"
 #include "sparkhost/lib/Curve.h"
 #include "sparkhost/lib/Host.h"
@@ -22,6 +24,11 @@ TEST(Curve, LinearBetweenKeysFlatOutside) {
     c.setKey(20, 100.0f);
     EXPECT_FLOAT_EQ(c.valueAt(11), 10.0f + 90.0f * 9.0f / 18.0f);
     EXPECT_EQ(c.size(), 4u);
+    // Keys at both ends of int: their span does not fit an int.
+    Curve wide;
+    wide.setKey(INT_MIN, 0.0f);
+    wide.setKey(INT_MAX, 2.0f);
+    EXPECT_NEAR(wide.valueAt(0), 1.0f, 1e-6f);
 }
 
 TEST(Curve, HostChannelsThroughTheSparkFunctions) {
