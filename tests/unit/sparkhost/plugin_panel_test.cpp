@@ -257,4 +257,9 @@ TEST(Setups, BadLinesAreReportedWithTheirLine) {
     EXPECT_NE(l.host.messageText(HostMessage::Note).find("SparkNothing99"), std::string::npos);
     EXPECT_FLOAT_EQ(l.plugin.panel().find(ControlKind::Float, 8)->asFloat()->Value, 2.0f);
     std::remove(path.c_str());
+    // A float past single precision (saved as "inf", unreadable) and an int past int are refused.
+    const Control& f8 = *l.plugin.panel().find(ControlKind::Float, 8);
+    const Control& i7 = *l.plugin.panel().find(ControlKind::Int, 7);
+    EXPECT_FALSE(l.plugin.panel().setRawValue(f8, "1e39", &error));
+    EXPECT_FALSE(l.plugin.panel().setRawValue(i7, "4294967297", &error));
 }
