@@ -131,6 +131,9 @@ bool Panel::setRawValue(const Control& c, const std::string& text, std::string* 
         return true;
     case ControlKind::String:
         if (text.size() >= SPARK_STRING_LENGTH) return fail("text longer than 199 characters:");
+        // A setup keeps one text per line: a line end or NUL inside would not read back.
+        if (text.find_first_of(std::string("\r\n\0", 3)) != std::string::npos)
+            return fail("text with a line end or NUL:");
         std::memset(c.asString()->Value, 0, SPARK_STRING_LENGTH);
         std::memcpy(c.asString()->Value, text.data(), text.size());
         return true;
