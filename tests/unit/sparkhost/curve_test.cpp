@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 
 #include "spark/spark.h"
 #include "sparkhost/lib/Curve.h"
@@ -37,8 +38,10 @@ TEST(Curve, HostChannelsThroughTheSparkFunctions) {
     // Keys set by a plug-in land on the channel they name and nowhere else.
     sparkSetCurveKey(0, 93, 1, 2.0f);
     sparkSetCurveKey(0, 93, 5, 10.0f);
+    sparkSetCurveKey(0, 93, 7, INFINITY);   // refused: a channel holds numbers only
     EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 3.0f), 6.0f);
     EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 9.0f), 10.0f);
+    EXPECT_EQ(host.findCurve(0, 93)->size(), 2u);
     ASSERT_NE(host.findCurve(0, 93), nullptr);
     EXPECT_EQ(host.findCurve(1, 93), nullptr);
     // Without a plug-in's panel a channel with no keys has nothing to answer but 0.
