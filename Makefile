@@ -4,7 +4,7 @@ BUILD_SANITIZE ?= build-sanitize
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup build test test-release test-sanitize demo bench farm-test clean
+.PHONY: all setup build test test-release test-sanitize test-tsan demo bench fuzz farm-test clean
 
 all: build
 
@@ -45,5 +45,26 @@ farm-test:
 	cmake --build $(BUILD) -j$(JOBS) --target vesk sparkhost
 	@scripts/farm-test.sh $(BUILD)
 
+# The tests that run render bands, conversions and host jobs on several threads, under the thread
+# sanitizer; a reported race fails the test that raised it. The contact sheet test is left out: it
+# assembles its picture with OpenImageIO's own thread pool, which is not instrumented.
+BUILD_TSAN ?= build-tsan
+TSAN_TESTS ?= ^(BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli)\.
+test-tsan: setup
+	cmake -S . -B $(BUILD_TSAN) -DCMAKE_BUILD_TYPE=Release -DVESK_TSAN=ON -DVESK_BENCH=OFF $(CMAKE_FLAGS)
+	cmake --build $(BUILD_TSAN) -j$(JOBS) --target unit_framework unit_library unit_sparkhost e2e_tests
+	cd $(BUILD_TSAN) && TSAN_OPTIONS="halt_on_error=1 exitcode=66" ctest --output-on-failure -j$(JOBS) \
+		--timeout 1200 -R '$(TSAN_TESTS)' -E 'ContactSheet'
+
+# libFuzzer targets, built with clang in a folder of their own and run FUZZ_SECONDS each.
+BUILD_FUZZ ?= build-fuzz
+FUZZ_SECONDS ?= 60
+fuzz:
+	@scripts/setup.sh fuzz
+	cmake -S . -B $(BUILD_FUZZ) -DCMAKE_BUILD_TYPE=Release -DVESK_FUZZ=ON -DVESK_BENCH=OFF \
+		-DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 $(CMAKE_FLAGS)
+	cmake --build $(BUILD_FUZZ) -j$(JOBS) --target fuzz_all
+	@scripts/fuzz.sh $(BUILD_FUZZ) $(FUZZ_SECONDS)
+
 clean:
-	rm -rf $(BUILD) $(BUILD_SANITIZE) out
+	rm -rf $(BUILD) $(BUILD_SANITIZE) $(BUILD_FUZZ) $(BUILD_TSAN) out

@@ -102,6 +102,9 @@ void Vesk::mp_PartRender(int start, int end)
         if (band >= RASTER_SCAN_SLOTS - 1 || !s->work[band]) return;
         tagPART* stop = s->band_start[band + 1];
         tagPART* head = s->band_start[band];
+        // An empty chunk draws nothing; with fewer layers than jobs several jobs land on the same
+        // empty chunk, so it must not touch the chunk's texture state either.
+        if (!head) return;
         // Texture sprites each box-filter a whole clip frame; with several in the chunk, running
         // row sums of the clips (one pass over them) make every box cost one step per row.
         const bool texture = s->shape >= 6 && s->shape <= 8 && !s->single_band;

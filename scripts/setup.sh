@@ -15,7 +15,8 @@ for extra in "$@"; do
         demo) PACKAGES="$PACKAGES ffmpeg" ;;
         bench) PACKAGES="$PACKAGES libopencv-dev hyperfine time" ;;
         farm) PACKAGES="$PACKAGES slurm-wlm munge" ;;
-        *) echo "setup: unknown package group '$extra' (known: demo, bench, farm)" >&2; exit 2 ;;
+        fuzz) PACKAGES="$PACKAGES clang-14 libclang-rt-14-dev" ;;
+        *) echo "setup: unknown package group '$extra' (known: demo, bench, farm, fuzz)" >&2; exit 2 ;;
     esac
 done
 

@@ -12,7 +12,8 @@ float Curve::valueAt(double frame) const {
     if (after == keys_.end()) return keys_.rbegin()->second;
     if (after == keys_.begin() || double(after->first) == frame) return after->second;
     auto before = std::prev(after);
-    double t = (frame - double(before->first)) / double(after->first - before->first);
+    // The span in double: keys at the ends of int would overflow an int difference.
+    double t = (frame - double(before->first)) / (double(after->first) - double(before->first));
     return float(double(before->second) + (double(after->second) - double(before->second)) * t);
 }
 

@@ -8,6 +8,7 @@
 #ifndef SPARKHOST_LIB_HOST_H
 #define SPARKHOST_LIB_HOST_H
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -267,7 +268,8 @@ private:
     std::vector<std::string> setupLoads_;
     std::vector<std::string> setupSaves_;
     std::vector<std::string> browserRequests_;
-    int forkCount_ = 0;
+    // Jobs of a fork may fork in turn, from several threads at once.
+    std::atomic<int> forkCount_{0};
 };
 
 }  // namespace sparkhost

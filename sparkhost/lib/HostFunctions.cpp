@@ -1,4 +1,5 @@
 // The spark… functions a plug-in imports. Each one hands its request to the current Host.
+#include <cmath>
 #include <cstdarg>
 #include <cstring>
 #include <string>
@@ -95,6 +96,13 @@ float sparkGetCurveValuef(int type, int control, float frame) {
 }
 
 void sparkSetCurveKey(int type, int control, int frame, float value) {
+    // A channel holds numbers only: an infinite key (a key file's 1e999) could be neither applied
+    // nor saved in a setup.
+    if (!std::isfinite(value)) {
+        Host::current().report(HostMessage::Note, "ignoring a key of channel " + std::to_string(control) +
+                                                      " at " + std::to_string(frame) + ": not a finite number");
+        return;
+    }
     Host::current().curve(type, control).setKey(frame, value);
 }
 

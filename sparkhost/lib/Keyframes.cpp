@@ -1,6 +1,8 @@
 #include "sparkhost/lib/Keyframes.h"
 
 #include <cerrno>
+#include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -37,10 +39,13 @@ bool parseKeyframes(const std::string& text, std::vector<KeyLine>* keys, std::st
         errno = 0;
         long frame = std::strtol(frameText.c_str(), &end, 10);
         if (errno || *end || frameText.empty()) return fail("the frame is not a whole number");
+        if (frame < INT_MIN || frame > INT_MAX) return fail("the frame is out of range");
         errno = 0;
         double value = std::strtod(valueText.c_str(), &end);
         if (errno || *end || valueText.empty() || !std::isfinite(value))
             return fail("the value is not a number");
+        // A key value is held in single precision: anything larger would become infinite.
+        if (std::fabs(value) > FLT_MAX) return fail("the value is out of range");
         keys->push_back({control, int(frame), float(value), lineNo});
     }
     return true;

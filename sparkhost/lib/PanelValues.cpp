@@ -1,4 +1,6 @@
 // Reading and writing the values of control records.
+#include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -107,11 +109,12 @@ bool Panel::setRawValue(const Control& c, const std::string& text, std::string* 
     switch (c.kind) {
     case ControlKind::Float:
     case ControlKind::UserFloat:
-        if (!parseDouble(text, &d)) return fail("not a number:");
+        // Past single precision the record would hold infinity, which no setup can hold.
+        if (!parseDouble(text, &d) || std::fabs(d) > FLT_MAX) return fail("not a number:");
         c.asFloat()->Value = float(d);
         return true;
     case ControlKind::Int:
-        if (!parseLong(text, &l)) return fail("not a whole number:");
+        if (!parseLong(text, &l) || l < INT_MIN || l > INT_MAX) return fail("not a whole number:");
         c.asInt()->Value = int(l);
         return true;
     case ControlKind::Boolean:
@@ -128,6 +131,9 @@ bool Panel::setRawValue(const Control& c, const std::string& text, std::string* 
         return true;
     case ControlKind::String:
         if (text.size() >= SPARK_STRING_LENGTH) return fail("text longer than 199 characters:");
+        // A setup keeps one text per line: a line end or NUL inside would not read back.
+        if (text.find_first_of(std::string("\r\n\0", 3)) != std::string::npos)
+            return fail("text with a line end or NUL:");
         std::memset(c.asString()->Value, 0, SPARK_STRING_LENGTH);
         std::memcpy(c.asString()->Value, text.data(), text.size());
         return true;

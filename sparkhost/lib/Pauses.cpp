@@ -9,9 +9,10 @@ std::mutex& pauseMutex() {
     return m;
 }
 
+// Never destroyed: a thread may still call sleep while the process runs its exit handlers.
 std::vector<unsigned>& pauses() {
-    static std::vector<unsigned> p;
-    return p;
+    static auto* p = new std::vector<unsigned>;
+    return *p;
 }
 
 }  // namespace

@@ -6,6 +6,14 @@
 
 namespace sparkhost {
 
+namespace {
+
+// Wider padding would not fit the digits buffer of path(), and every frame would then share one
+// truncated name.
+constexpr int kMaxPadding = 20;
+
+}  // namespace
+
 bool SequencePattern::parse(const std::string& pattern, std::string* error) {
     pattern_ = pattern;
     sequence_ = false;
@@ -34,6 +42,7 @@ bool SequencePattern::parse(const std::string& pattern, std::string* error) {
         prefix_ = pattern.substr(0, hashStart);
         suffix_ = pattern.substr(hashEnd + 1);
         width_ = int(hashEnd - hashStart + 1);
+        if (width_ > kMaxPadding) return fail("at most " + std::to_string(kMaxPadding) + " '#' may pad the frame number");
         sequence_ = true;
         return true;
     }
@@ -45,14 +54,16 @@ bool SequencePattern::parse(const std::string& pattern, std::string* error) {
         while (p < pattern.size() && std::isdigit(static_cast<unsigned char>(pattern[p]))) ++p;
         if (p >= pattern.size() || pattern[p] != 'd')
             return fail("only %d or %0Nd may stand for the frame number");
-        int width = digits == p ? 0 : std::atoi(pattern.substr(digits, p - digits).c_str());
+        // strtol saturates, so any long run of digits is caught as too wide.
+        long width = digits == p ? 0 : std::strtol(pattern.substr(digits, p - digits).c_str(), nullptr, 10);
+        if (width > kMaxPadding) return fail("at most " + std::to_string(kMaxPadding) + " digits of padding");
         if (!zero && width > 0) return fail("pad the frame number with zeros: write %0" +
                                             std::to_string(width) + "d");
         if (pattern.find('%', p + 1) != std::string::npos)
             return fail("it has more than one % conversion");
         prefix_ = pattern.substr(0, percent);
         suffix_ = pattern.substr(p + 1);
-        width_ = width;
+        width_ = int(width);
         sequence_ = true;
         return true;
     }

@@ -1,6 +1,9 @@
 // Animation curves: linear between keys, flat outside them, and the host's channel queries.
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
+
 #include "spark/spark.h"
 #include "sparkhost/lib/Curve.h"
 #include "sparkhost/lib/Host.h"
@@ -22,6 +25,11 @@ TEST(Curve, LinearBetweenKeysFlatOutside) {
     c.setKey(20, 100.0f);
     EXPECT_FLOAT_EQ(c.valueAt(11), 10.0f + 90.0f * 9.0f / 18.0f);
     EXPECT_EQ(c.size(), 4u);
+    // Keys at both ends of int: their span does not fit an int.
+    Curve wide;
+    wide.setKey(INT_MIN, 0.0f);
+    wide.setKey(INT_MAX, 2.0f);
+    EXPECT_NEAR(wide.valueAt(0), 1.0f, 1e-6f);
 }
 
 TEST(Curve, HostChannelsThroughTheSparkFunctions) {
@@ -30,8 +38,10 @@ TEST(Curve, HostChannelsThroughTheSparkFunctions) {
     // Keys set by a plug-in land on the channel they name and nowhere else.
     sparkSetCurveKey(0, 93, 1, 2.0f);
     sparkSetCurveKey(0, 93, 5, 10.0f);
+    sparkSetCurveKey(0, 93, 7, INFINITY);   // refused: a channel holds numbers only
     EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 3.0f), 6.0f);
     EXPECT_FLOAT_EQ(sparkGetCurveValuef(0, 93, 9.0f), 10.0f);
+    EXPECT_EQ(host.findCurve(0, 93)->size(), 2u);
     ASSERT_NE(host.findCurve(0, 93), nullptr);
     EXPECT_EQ(host.findCurve(1, 93), nullptr);
     // Without a plug-in's panel a channel with no keys has nothing to answer but 0.

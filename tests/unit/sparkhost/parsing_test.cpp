@@ -51,6 +51,12 @@ TEST(SequencePattern, FramesFillTheNumberedPartOnly) {
     SequencePattern p;
     for (const char* ambiguous : {"a.##.b.##.png", "a.####.%04d.png", "a.%4d.png", "a.%s.png", ""})
         EXPECT_FALSE(p.parse(ambiguous, &error)) << ambiguous;
+    // Padding past 20 digits would give every frame the same truncated name.
+    ASSERT_TRUE(p.parse("a.%020d.png", &error));
+    EXPECT_EQ(p.path(12), "a.00000000000000000012.png");
+    for (const std::string& wide : std::vector<std::string>{
+             "a.%021d.png", "a.%0924d.png", "a.%099999999999999999999d.png", "a." + std::string(21, '#') + ".png"})
+        EXPECT_FALSE(p.parse(wide, &error)) << wide;
 }
 
 TEST(Keyframes, ControlNamesMayHoldBlanksAndBadLinesNameTheirLine) {
@@ -67,6 +73,9 @@ TEST(Keyframes, ControlNamesMayHoldBlanksAndBadLinesNameTheirLine) {
     EXPECT_NE(error.find("line 2"), std::string::npos) << error;
     EXPECT_FALSE(parseKeyframes("Gain 3 much\n", &keys, &error));
     EXPECT_FALSE(parseKeyframes("Gain 3\n", &keys, &error));
+    // Values past single precision and frames past int would silently become other keys.
+    EXPECT_FALSE(parseKeyframes("Gain 3 4e38\n", &keys, &error));
+    EXPECT_FALSE(parseKeyframes("Gain 4294967297 1\n", &keys, &error));
     EXPECT_TRUE(keys.empty());
 }
 

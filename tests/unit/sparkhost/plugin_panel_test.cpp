@@ -257,4 +257,12 @@ TEST(Setups, BadLinesAreReportedWithTheirLine) {
     EXPECT_NE(l.host.messageText(HostMessage::Note).find("SparkNothing99"), std::string::npos);
     EXPECT_FLOAT_EQ(l.plugin.panel().find(ControlKind::Float, 8)->asFloat()->Value, 2.0f);
     std::remove(path.c_str());
+    // A float past single precision (saved as "inf", unreadable), an int past int and a text with a
+    // line end are refused.
+    const Control& f8 = *l.plugin.panel().find(ControlKind::Float, 8);
+    const Control& i7 = *l.plugin.panel().find(ControlKind::Int, 7);
+    EXPECT_FALSE(l.plugin.panel().setRawValue(f8, "1e39", &error));
+    EXPECT_FALSE(l.plugin.panel().setRawValue(i7, "4294967297", &error));
+    const Control& s0 = *l.plugin.panel().find(ControlKind::String, 0);
+    EXPECT_FALSE(l.plugin.panel().setRawValue(s0, "clip\r", &error));
 }
