@@ -7,6 +7,7 @@
 
 #include "harness.h"
 
+using harness::contains;
 using harness::Outcome;
 using harness::runSparkhost;
 using sparkhost::FloatImage;
@@ -34,9 +35,9 @@ std::string writePlate(const std::string& dir) {
     for (int y = 0; y < kH; ++y)
         for (int x = 0; x < kW; ++x)
             for (int c = 0; c < 3; ++c) plate.rgb.push_back(plateValue(x, y, c));
-    std::string path = dir + "/plate.exr", error;
-    EXPECT_TRUE(sparkhost::writeImageFloat(path, plate, true, &error)) << error;
-    return path;
+    std::string error;
+    EXPECT_TRUE(sparkhost::writeImageFloat(dir + "/plate.exr", plate, true, &error)) << error;
+    return dir + "/plate.exr";
 }
 
 FloatImage readBack(const std::string& path) {
@@ -53,8 +54,6 @@ Outcome render(const std::string& clip, const std::string& out, std::vector<std:
     args.insert(args.end(), extra.begin(), extra.end());
     return runSparkhost(args);
 }
-
-bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 }  // namespace
 
@@ -75,9 +74,7 @@ TEST(ColourCli, LinearPlateRoundTripsAndReportsClipping) {
 
     // The plug-in itself saw sRGB codes: a linear 0.18 reaches it as code 1889, not 737.
     ASSERT_EQ(render(plate, dir + "/seen.png").code, 0);
-    sparkhost::FrameBuffer seen;
-    std::string error;
-    ASSERT_TRUE(sparkhost::readImage(dir + "/seen.png", sparkhost::kDepth12, &seen, &error)) << error;
+    sparkhost::FrameBuffer seen = harness::readFrame(dir + "/seen.png", sparkhost::kDepth12);
     for (int x : {5, 20, 40})
         EXPECT_NEAR(seen.value(x, 0, 0), std::lround(srgb(plateValue(x, 0, 0)) * 4095.0), 1) << x;
 }
@@ -101,30 +98,12 @@ TEST(ColourCli, WithoutColourManagementValuesAreCodes) {
     }
 }
 
-TEST(ColourCli, NamesAreCheckedBeforeAnyFrame) {
-    std::string dir = harness::freshDir("colour_names");
-    std::string plate = writePlate(dir);
-    struct Case {
-        std::vector<std::string> args;
-        const char* message;
-    } cases[] = {
-        {{"--working-colorspace", "Nowhere"}, "--working-colorspace: unknown colour space 'Nowhere'"},
-        {{"--output-colorspace", "Nowhere"}, "--output-colorspace: unknown colour space 'Nowhere'"},
-        {{"--input-colorspace", "1=ACEScg"}, "--input-colorspace 1: unknown colour space 'ACEScg'"},
-        {{"--input-colorspace", "3=sRGB"}, "clip 3 is not given"},
-        {{"--input-colorspace", "7=sRGB"}, "bad --input-colorspace '7=sRGB'"},
-    };
-    for (const auto& c : cases) {
-        Outcome r = render(plate, dir + "/bad.####.exr", c.args);
-        EXPECT_EQ(r.code, 2) << c.args[1];
-        EXPECT_TRUE(contains(r.err, c.message)) << r.err;
-    }
-    // "@NAME" names a colour space; a file whose name holds an '@' is still found.
-    ASSERT_EQ(std::rename(plate.c_str(), (dir + "/plate@2x.exr").c_str()), 0);
+TEST(ColourCli, AnAtInAFileNameIsNotASpaceName) {
+    std::string dir = harness::freshDir("colour_at");
+    ASSERT_EQ(std::rename(writePlate(dir).c_str(), (dir + "/plate@2x.exr").c_str()), 0);
     Outcome r = render(dir + "/plate@2x.exr@sRGB", dir + "/out.exr");
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_TRUE(contains(r.err, "colour: clip 1: taken as it is (float)")) << r.err;
-    EXPECT_FALSE(harness::exists(dir + "/bad.0001.exr"));
 }
 
 TEST(ColourCli, OcioConfigFromTheEnvironment) {
@@ -147,9 +126,7 @@ TEST(ColourCli, OcioConfigFromTheEnvironment) {
     EXPECT_TRUE(contains(info.out, "the OpenColorIO config '" + dir + "/config.ocio'")) << info.out << info.err;
     ASSERT_EQ(r.code, 0) << r.err;
     EXPECT_TRUE(contains(r.err, "colour: clip 1: lin -> display")) << r.err;
-    sparkhost::FrameBuffer seen;
-    std::string error;
-    ASSERT_TRUE(sparkhost::readImage(dir + "/seen.png", sparkhost::kDepth12, &seen, &error)) << error;
+    sparkhost::FrameBuffer seen = harness::readFrame(dir + "/seen.png", sparkhost::kDepth12);
     for (int x : {3, 16, 31, 63})
         EXPECT_NEAR(seen.value(x, 2, 2), std::lround(std::sqrt(plateValue(x, 2, 2)) * 4095.0), 1) << x;
 }

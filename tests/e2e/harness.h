@@ -54,6 +54,41 @@ inline std::string freshDir(const std::string& name) {
     return dir;
 }
 
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// True when the folder holds no entry at all (no frame, no temporary file).
+inline bool isEmptyDir(const std::string& dir) {
+    return std::system(("test -z \"$(ls -A '" + dir + "')\"").c_str()) == 0;
+}
+
+// A frame file's path from a name.####.ext pattern.
+inline std::string framePath(std::string pattern, int frame) {
+    char number[16];
+    std::snprintf(number, sizeof number, "%04d", frame);
+    size_t hashes = pattern.find("####");
+    if (hashes != std::string::npos) pattern.replace(hashes, 4, number);
+    return pattern;
+}
+
+inline std::vector<std::string> with(std::vector<std::string> args, const std::vector<std::string>& extra) {
+    args.insert(args.end(), extra.begin(), extra.end());
+    return args;
+}
+
+inline void writeFrame(const std::string& path, const sparkhost::FrameBuffer& frame) {
+    std::string error;
+    ASSERT_TRUE(sparkhost::writeImage(path, frame, &error)) << error;
+}
+
+inline sparkhost::FrameBuffer readFrame(const std::string& path, int depthCode = sparkhost::kDepth8) {
+    sparkhost::FrameBuffer frame;
+    std::string error;
+    EXPECT_TRUE(sparkhost::readImage(path, depthCode, &frame, &error)) << path << ": " << error;
+    return frame;
+}
+
 struct Run {
     int code = -1;
     std::string out;
@@ -62,12 +97,10 @@ struct Run {
 // Inside a TEST body an unqualified Run means the test's own Run(); this name has no such clash.
 using Outcome = Run;
 
-// Runs sparkhost with the arguments, standard input closed, and waits for it.
-inline Run runSparkhost(const std::vector<std::string>& args, const std::string& workDir = "") {
-    std::string dir = testing::TempDir();
-    std::string outPath = dir + "/sparkhost_out_" + std::to_string(::getpid());
-    std::string errPath = dir + "/sparkhost_err_" + std::to_string(::getpid());
-    Run run;
+// Starts sparkhost with the arguments in workDir (when given), standard input closed and its two
+// output streams sent to the files named (or to /dev/null when empty).
+inline pid_t startSparkhost(const std::vector<std::string>& args, const std::string& workDir = "",
+                            const std::string& outPath = "", const std::string& errPath = "") {
     // Everything the child needs is made before the fork: a child of a threaded process may only
     // make async-signal-safe calls until it runs the program.
     std::vector<std::string> all = {sparkhostPath()};
@@ -76,25 +109,31 @@ inline Run runSparkhost(const std::vector<std::string>& args, const std::string&
     for (auto& a : all) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
     const char* chdirTo = workDir.empty() ? nullptr : workDir.c_str();
+    const char* outFile = outPath.empty() ? "/dev/null" : outPath.c_str();
+    const char* errFile = errPath.empty() ? "/dev/null" : errPath.c_str();
     pid_t pid = ::fork();
     if (pid == 0) {
-        int in = ::open("/dev/null", O_RDONLY);
-        int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        ::dup2(in, 0);
-        ::dup2(out, 1);
-        ::dup2(err, 2);
+        ::dup2(::open("/dev/null", O_RDONLY), 0);
+        ::dup2(::open(outFile, O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+        ::dup2(::open(errFile, O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
         if (chdirTo && ::chdir(chdirTo) != 0) ::_exit(126);
         ::execv(argv[0], argv.data());
         ::_exit(127);
     }
+    return pid;
+}
+
+// Runs sparkhost and waits for it.
+inline Run runSparkhost(const std::vector<std::string>& args, const std::string& workDir = "") {
+    std::string base = testing::TempDir() + "/sparkhost_" + std::to_string(::getpid());
+    Run run;
     int status = 0;
-    ::waitpid(pid, &status, 0);
+    ::waitpid(startSparkhost(args, workDir, base + ".out", base + ".err"), &status, 0);
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    run.out = readFile(outPath);
-    run.err = readFile(errPath);
-    std::remove(outPath.c_str());
-    std::remove(errPath.c_str());
+    run.out = readFile(base + ".out");
+    run.err = readFile(base + ".err");
+    std::remove((base + ".out").c_str());
+    std::remove((base + ".err").c_str());
     return run;
 }
 

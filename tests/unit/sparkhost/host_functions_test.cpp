@@ -18,10 +18,7 @@ using namespace sparkhost;
 
 namespace {
 
-Host& quietHost(Host& host) {
-    host.setEcho(false);
-    return host;
-}
+void quietHost(Host& host) { host.setEcho(false); }
 
 }  // namespace
 
@@ -73,23 +70,24 @@ TEST(Buffers, RegisteredBuffersFailuresAndAvailability) {
 
 namespace {
 
-std::mutex gSeenMutex;
-std::multiset<unsigned long> gSeen;
-std::atomic<int> gRunning{0};
-std::atomic<int> gPeak{0};
+struct Jobs {
+    std::mutex mutex;
+    std::multiset<unsigned long> seen;
+    std::atomic<int> running{0}, peak{0};
+    unsigned long sum = 0;
+};
 
-void recordJob(unsigned long* sum, int tag, char* text) {
+void recordJob(Jobs* jobs, int tag, char* text) {
     unsigned long offset = 99, count = 0;
     sparkMpInfo(&offset, &count);
-    int now = ++gRunning;
-    int peak = gPeak.load();
-    while (now > peak && !gPeak.compare_exchange_weak(peak, now)) {
+    int now = ++jobs->running;
+    for (int peak = jobs->peak; now > peak && !jobs->peak.compare_exchange_weak(peak, now);) {
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    --gRunning;
-    std::lock_guard<std::mutex> lock(gSeenMutex);
-    gSeen.insert(offset / count);
-    *sum += unsigned(tag) + (text[0] == 'x' ? 1000 : 0);
+    --jobs->running;
+    std::lock_guard<std::mutex> lock(jobs->mutex);
+    jobs->seen.insert(offset / count);
+    jobs->sum += unsigned(tag) + (text[0] == 'x' ? 1000 : 0);
 }
 
 }  // namespace
@@ -98,24 +96,20 @@ TEST(MpFork, OneJobPerProcessorWithItsIndexAndTheArguments) {
     Host host;
     quietHost(host);
     host.setProcessors(4);
-    gSeen.clear();
-    gPeak = 0;
-    unsigned long sum = 0;
+    Jobs four, two;
     char text[] = "x";
-    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &sum, 5, text);
-    EXPECT_EQ(gSeen, std::multiset<unsigned long>({0, 1, 2, 3}));
-    EXPECT_EQ(sum, 4u * 1005u);
-    EXPECT_GE(gPeak.load(), 2);   // the jobs overlap in time
+    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &four, 5, text);
+    EXPECT_EQ(four.seen, std::multiset<unsigned long>({0, 1, 2, 3}));
+    EXPECT_EQ(four.sum, 4u * 1005u);
+    EXPECT_GE(four.peak.load(), 2);   // the jobs overlap in time
     // A second fork with fewer processors reuses the pool with indices from 0 again.
     host.setProcessors(2);
-    gSeen.clear();
-    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &sum, 0, text);
-    EXPECT_EQ(gSeen, std::multiset<unsigned long>({0, 1}));
+    sparkMpFork(reinterpret_cast<void (*)()>(recordJob), 3, &two, 0, text);
+    EXPECT_EQ(two.seen, std::multiset<unsigned long>({0, 1}));
     // Outside a job the index reads as 0.
     unsigned long offset = 7, count = 7;
     sparkMpInfo(&offset, &count);
-    EXPECT_EQ(offset, 0u);
-    EXPECT_EQ(count, 1u);
+    EXPECT_TRUE(offset == 0u && count == 1u);
 }
 
 namespace {
