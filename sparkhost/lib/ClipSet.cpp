@@ -25,6 +25,14 @@ bool ClipSet::setClip(int clip, const std::string& pattern, std::string* error) 
     if (!p.parse(pattern, error)) return false;
     patterns_[clip] = p;
     stills_.erase(clip);
+    for (auto kept = kept_.begin(); kept != kept_.end();) {
+        if (kept->first.first != clip) {
+            ++kept;
+            continue;
+        }
+        keptBytes_ -= kept->second.bytes();
+        kept = kept_.erase(kept);
+    }
     return true;
 }
 
@@ -104,11 +112,20 @@ bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
             image = &stills_[clip];
         }
     } else {
-        if (!exists(path)) return false;  // a frame outside the sequence shows black
-        std::string why;
-        if (!readFile(clip, path, destination.depthCode(), &loaded, &why)) {
-            lastError_ = "clip " + std::to_string(clip + 1) + ": " + why;
-            return false;
+        auto kept = kept_.find({clip, frame});
+        if (kept != kept_.end() && kept->second.depthCode() == destination.depthCode()) {
+            image = &kept->second;
+        } else {
+            if (!exists(path)) return false;  // a frame outside the sequence shows black
+            std::string why;
+            if (!readFile(clip, path, destination.depthCode(), &loaded, &why)) {
+                lastError_ = "clip " + std::to_string(clip + 1) + ": " + why;
+                return false;
+            }
+            if (kept == kept_.end() && keptBytes_ + loaded.bytes() <= keepBudget_) {
+                keptBytes_ += loaded.bytes();
+                image = &(kept_[{clip, frame}] = loaded);
+            }
         }
     }
     if (image->width() != destination.width() || image->height() != destination.height()) {

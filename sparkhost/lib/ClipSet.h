@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
@@ -42,10 +43,22 @@ public:
     // from the plug-in's own time.
     double readSeconds() const { return readSeconds_; }
 
+    // Keeps decoded frames of image sequences in memory, up to about budgetBytes, so that a host
+    // which goes over the same frames again (a viewer replaying its shot) decodes each file once.
+    // Frames are kept in the order first read and none is dropped once the budget is spent: a
+    // replay always starts from the shot's first frame, so the earliest frames are the ones read
+    // most often, and dropping old frames for new ones would miss on every frame of a long shot.
+    // 0 (the default) keeps none.
+    void keepFrames(size_t budgetBytes) { keepBudget_ = budgetBytes; }
+    size_t keptBytes() const { return keptBytes_; }
+
 private:
     std::map<int, SequencePattern> patterns_;
     std::map<int, bool> plates_;
     std::map<int, FrameBuffer> stills_;  // a still is read once
+    std::map<std::pair<int, int>, FrameBuffer> kept_;  // (clip, frame) of sequences, see keepFrames
+    size_t keepBudget_ = 0;
+    size_t keptBytes_ = 0;
     FrameBuffer plate_;
     std::string lastError_;
     double readSeconds_ = 0.0;

@@ -12,6 +12,13 @@
 
 namespace sparkhost {
 
+namespace {
+
+// Decoded clip frames kept for replays: about 380 frames of 1280x720 at 8 bits.
+constexpr size_t kKeptClipBytes = size_t(1) << 30;
+
+}  // namespace
+
 ViewSession::ViewSession() = default;
 
 ViewSession::~ViewSession() {
@@ -62,6 +69,7 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
     host_.setSetupName(o.setup);
     host_.setCurrentFrame(frames_.front());
     host_.setEcho(false);
+    clips_.keepFrames(kKeptClipBytes);
     host_.setClipProvider([this](int clip, int frame, FrameBuffer& destination) {
         return clips_.read(clip, frame, destination);
     });
@@ -80,8 +88,9 @@ bool ViewSession::loadPlugin(std::string* error) {
     if (!plugin_) plugin_ = std::make_unique<Plugin>(host_);
     if (!plugin_->load(options_.plugin, error)) return false;
     plugin_->initialise();
-    viewer_ = std::make_unique<Viewer>(*plugin_);
-    canvasOpen_ = false;
+    // The viewer and its offscreen context outlive a reload: they depend on the frame and canvas
+    // sizes only, and making a context again costs as much as a short catch-up.
+    if (!viewer_) viewer_ = std::make_unique<Viewer>(*plugin_);
     stepped_ = -1;
     return true;
 }
@@ -94,11 +103,9 @@ bool ViewSession::reload(std::string* error) {
         if (error) *error = problem;
         return false;
     }
-    const int width = canvasWidth_, height = canvasHeight_;
     const std::string setupName = host_.setupName();
     host_.setSetupName(freshSetup_);
     const size_t loadsBefore = host_.setupLoads().size();
-    viewer_.reset();
     bool ok = loadPlugin(&problem);
     if (ok && host_.setupLoads().size() == loadsBefore) ok = readSetup(panel(), host_, freshSetup_, &problem);
     host_.setSetupName(setupName);
@@ -106,7 +113,6 @@ bool ViewSession::reload(std::string* error) {
         if (error) *error = problem;
         return false;
     }
-    if (width > 0) setCanvas(width, height, magnification_, originX_, originY_);
     return true;
 }
 
@@ -126,36 +132,47 @@ bool ViewSession::goTo(int frame) {
     int index = indexOf(frame);
     if (index < 0) return false;
     if (!replayed_) return render(frame);
-    if (stepped_ != index - 1) {
-        // A fresh state brought forward from the first frame of the range, frame by frame as a
-        // render processes them.
+    // Forward of the live frame with nothing changed since, the simulation simply continues;
+    // anything else brings a fresh state forward from the first frame of the range.
+    int from = stepped_ >= 0 && stepped_ < index ? stepped_ + 1 : 0;
+    if (from == 0) {
         std::string error;
         if (!reload(&error)) {
             host_.report(HostMessage::Error, error);
             return false;
         }
         plugin_->startRender();
-        // The frames before N in runs of one step each, so that the catch-up switches the
-        // plug-in's preview mode once per run rather than once per frame.
-        for (int i = 0; i < index;) {
-            int j = i + 1;
-            const int step = j < index ? frames_[size_t(j)] - frames_[size_t(i)] : 1;
-            while (step > 0 && j < index && frames_[size_t(j)] - frames_[size_t(j - 1)] == step) ++j;
-            const int done = i;
-            auto progress = [&](int k, int) { return !progress_ || progress_(done + k, index); };
-            if (!catchUp(*plugin_, frames_[size_t(i)], frames_[size_t(j - 1)] + 1, progress, &error,
-                         step > 0 ? step : 1)) {
-                host_.report(HostMessage::Error, error);
-                host_.setBuffersReady(false);
-                return false;
-            }
-            i = j;
-        }
+    }
+    if (!stepThrough(from, index)) {
+        stepped_ = -1;
+        host_.setBuffersReady(false);
+        return false;
     }
     const bool ok = render(frame);
     stepped_ = ok ? index : -1;
     host_.setBuffersReady(false);
     return ok;
+}
+
+// Processes the frames of the range from index `from` up to, not including, `to`, as a render
+// processes them, in runs of one step each, so that the catch-up switches the plug-in's preview
+// mode once per run rather than once per frame.
+bool ViewSession::stepThrough(int from, int to) {
+    for (int i = from; i < to;) {
+        int j = i + 1;
+        const int step = j < to ? frames_[size_t(j)] - frames_[size_t(i)] : 1;
+        while (step > 0 && j < to && frames_[size_t(j)] - frames_[size_t(j - 1)] == step) ++j;
+        const int done = i - from, total = to - from;
+        auto progress = [&](int k, int) { return !progress_ || progress_(done + k, total); };
+        std::string error;
+        if (!catchUp(*plugin_, frames_[size_t(i)], frames_[size_t(j - 1)] + 1, progress, &error,
+                     step > 0 ? step : 1)) {
+            host_.report(HostMessage::Error, error);
+            return false;
+        }
+        i = j;
+    }
+    return true;
 }
 
 bool ViewSession::refresh() {

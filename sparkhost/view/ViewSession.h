@@ -3,8 +3,9 @@
 // The window, the script runner and the benchmark all drive the plug-in through this one object.
 //
 // Time. In the default, replayed mode the frame shown at N is the frame `sparkhost render`
-// writes at N for the same clips, settings and range: stepping on by one frame continues the
-// simulation, any other move (a jump, a step back, an edit that asks for a new frame) brings a
+// writes at N for the same clips, settings and range: moving forward with nothing edited since
+// continues the simulation (the frames between are stepped as a catch-up steps them), any other
+// move (a step back, a jump after an edit, an edit that asks for a new frame) brings a
 // fresh state forward from the first frame of the range and then renders N. In that mode control
 // callbacks run with no frame loaded, as in the command-line host, and a callback that asks for
 // its buffers is answered by this replay. In the other mode every processed frame advances the
@@ -89,6 +90,7 @@ public:
 
 private:
     bool render(int frame);
+    bool stepThrough(int from, int to);
     bool afterCallback(unsigned long* result, int refusedBefore);
     void showOutput(unsigned long* result);
     bool loadPlugin(std::string* error);

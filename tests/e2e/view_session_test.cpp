@@ -38,6 +38,15 @@ TEST(ViewSession, ReplayedFramesEqualContinuedOnes) {
     EXPECT_FALSE(replayed.samePixels(s.at(1)));         // the swarm does move between them
 }
 
+TEST(ViewSession, ForwardJumpsContinueToTheReplayedFrame) {
+    Session s(false);
+    s.at(2);
+    const sparkhost::FrameBuffer jumped = s.at(6);   // on from frame 2, frames 3 to 5 stepped
+    ASSERT_TRUE(s.session.refresh());                // frame 6 brought forward from frame 1
+    EXPECT_TRUE(jumped.samePixels(s.session.shownFrame()));
+    EXPECT_FALSE(jumped.samePixels(s.at(7)));        // and the live state goes on from there
+}
+
 TEST(ViewSession, EveryProcessedFrameStepsInTheIfffsMode) {
     Session s(true);
     const sparkhost::FrameBuffer first = s.at(3);
