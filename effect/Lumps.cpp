@@ -156,77 +156,6 @@ tagTEXEL Vesk::anti_alias(int x, int y, int bw, int bh, ImageQ4* colour, ImageQ4
     return t;
 }
 
-Vesk::TextureRows::~TextureRows()
-{
-    if (sums) q4_free(sums, kTag, __LINE__);
-}
-
-bool Vesk::build_texture_rows(int band)
-{
-    TextureRows& t = texture_rows[band];
-    t.ready = false;
-    const tagPARTSET* st = set;
-    ImageQ4* colour = st->source2;
-    ImageQ4* matte = st->source3;
-    const int w = st->width2, h = st->height2;
-    if (!colour || !matte || w < 1 || h < 1) return false;
-    const long need = (long)(w + 1) * h * 4;
-    if (need > t.capacity) {
-        if (t.sums) q4_free(t.sums, kTag, __LINE__);
-        t.sums = (unsigned*)q4_malloc(sizeof(unsigned) * (size_t)need, kTag, __LINE__);
-        t.capacity = t.sums ? need : 0;
-        if (!t.sums) return false;
-    }
-    t.width = w;
-    t.height = h;
-    // Running sums from the left edge, one entry ahead: entry x + 1 holds columns 0 .. x. A row of
-    // 15-bit values stays far below 2^32 for any frame width a host offers.
-    for (int y = 0; y < h; ++y) {
-        const PixelQ4* c = colour->rows[y];
-        const PixelQ4* m = matte->rows[y];
-        unsigned* row = t.sums + (long)y * (w + 1) * 4;
-        row[0] = row[1] = row[2] = row[3] = 0;
-        for (int x = 0; x < w; ++x) {
-            unsigned* at = row + 4 * x;
-            at[4] = at[0] + c[x].r;
-            at[5] = at[1] + c[x].g;
-            at[6] = at[2] + c[x].b;
-            at[7] = at[3] + m[x].r;
-        }
-    }
-    t.ready = true;
-    return true;
-}
-
-tagTEXEL Vesk::anti_alias_rows(const TextureRows& rows, int x, int y, int bw, int bh)
-{
-    tagTEXEL t = {0, 0, 0, 0};
-    const int width = rows.width, height = rows.height;
-    int x0 = x - bw / 2, x1 = x + bw / 2 - 1;
-    int yy0 = y - bh / 2, yy1 = y + bh / 2 - 1;
-    if (x0 < 0) x0 = 0;
-    if (x1 > width - 1) x1 = width - 1;
-    if (yy0 < 0) yy0 = 0;
-    if (yy1 > height - 1) yy1 = height - 1;
-    if (x1 < x0 || yy1 < yy0) return t;
-    long long sm = 0, sb = 0, sg = 0, sr = 0;
-    for (int row = yy0; row <= yy1; ++row) {
-        const unsigned* base = rows.sums + (long)row * (width + 1) * 4;
-        const unsigned* a = base + 4 * x0;
-        const unsigned* b = base + 4 * (x1 + 1);
-        sr += b[0] - a[0];
-        sg += b[1] - a[1];
-        sb += b[2] - a[2];
-        sm += b[3] - a[3];
-    }
-    const long long count = (long long)(x1 - x0 + 1) * (yy1 - yy0 + 1);
-    t.matte = (int)(sm / count);
-    t.blue = (int)(sb / count);
-    t.green = (int)(sg / count);
-    t.red = (int)(sr / count);
-    return t;
-}
-
 void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p, int band)
 {
     tagPARTSET* st = set;
@@ -256,8 +185,8 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
     const float half_w = (float)(W / 2);
     const float half_h = (float)(int)((float)(H / 2) * k);
     const int mode = st->shape;
-    const TextureRows* sums = band >= 0 && band < RASTER_SCAN_SLOTS ? &texture_rows[band] : nullptr;
-    if (sums && !(sums->ready && sums->width == iw && sums->height == ih)) sums = nullptr;
+    const TextureSums* sums = &texture_sums;
+    if (!(sums->ready && sums->width == iw && sums->height == ih)) sums = nullptr;
     {
         const int top = py - hy > 0 ? py - hy : 0;
         const int bottom = py + hy - 1 < ih - 1 ? py + hy - 1 : ih - 1;
@@ -277,7 +206,7 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
             const float fy = (yr + half_h) * sy;
             if (!(fx > -1.0f && fx < (float)iw && fy > -1.0f && fy < (float)ih)) continue;
             if (X < 0 || X >= iw) continue;
-            const tagTEXEL tx = sums ? anti_alias_rows(*sums, (int)fx, (int)fy, (int)sx, (int)sy)
+            const tagTEXEL tx = sums ? anti_alias_sums(*sums, (int)fx, (int)fy, (int)sx, (int)sy)
                                      : anti_alias((int)fx, (int)fy, (int)sx, (int)sy, colour, matte);
             const long long m = tx.matte;
             PixelQ4& d = row[X];

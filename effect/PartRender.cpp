@@ -103,12 +103,8 @@ void Vesk::mp_PartRender(int start, int end)
         tagPART* stop = s->band_start[band + 1];
         tagPART* head = s->band_start[band];
         // An empty chunk draws nothing; with fewer layers than jobs several jobs land on the same
-        // empty chunk, so it must not touch the chunk's texture state either.
+        // empty chunk, so it must not touch the chunk's state either.
         if (!head) return;
-        // Texture sprites each box-filter a whole clip frame; with several in the chunk, running
-        // row sums of the clips (one pass over them) make every box cost one step per row.
-        const bool texture = s->shape >= 6 && s->shape <= 8 && !s->single_band;
-        if (texture && head && head->next && head->next != stop) build_texture_rows(band);
         for (tagPART* p = head; p && p != stop; p = p->next) {
             if (s->single_band) {
                 // Each particle takes its texture from the clips at its own clip time. The set's
@@ -118,7 +114,6 @@ void Vesk::mp_PartRender(int start, int end)
             }
             part_render(s, p, 0, s->height2 - 1, band);
         }
-        texture_rows[band].ready = false;
     };
 
     // The band is the job index. Jobs get rows in equal bands (the last one takes the remainder),

@@ -153,7 +153,12 @@ void Vesk::part_render_state(tagPARTSET* s) {
         // Per-particle clip reads are not thread-safe: one band on this thread.
         mp_PartRender(0, s->height - 1);
     } else {
+        // Texture sprites each box-filter about a whole clip frame; one summed-area table of the
+        // clips, shared by every band, makes each box four lookups.
+        const bool texture = s->shape >= 6 && s->shape <= 8 && s->live_count > 0;
+        if (texture) build_texture_sums();
         MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_PartRender), s->height);
+        texture_sums.ready = false;
     }
     MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_Composite), s->height);
     in_parallel = 0;

@@ -114,17 +114,17 @@ public:
     ScanSlot scan_slots[5];
     RasterScratch raster_scratch[5];
     float gradient_table[256][3];  // unit vectors, refilled by gradientTabInit
-    // Per-band running sums along the rows of the texture clips, so that a texture sprite's box
-    // filter adds one difference per row instead of every pixel. Built for a chunk of several
-    // texture particles and dropped after it (effect/Lumps.cpp).
-    struct TextureRows {
-        unsigned* sums = nullptr;  // (width + 1) x height x 4: red, green, blue, matte
+    // Summed-area table of the texture clips, built once per render pass on the calling thread
+    // and read by every band, so that a texture sprite's box filter costs four lookups per pixel
+    // instead of a scan of the box (effect/TextureSums.cpp). Its block is kept from frame to frame.
+    struct TextureSums {
+        unsigned* sums = nullptr;  // (width + 1) x (height + 1) x 4: red, green, blue, matte
         long capacity = 0;         // entries allocated
         int width = 0, height = 0;
         bool ready = false;
-        ~TextureRows();
+        ~TextureSums();
     };
-    TextureRows texture_rows[5];
+    TextureSums texture_sums;
 
     // Polygon rasteriser (effect/Raster.cpp)
     void concave_d(int n, struct tagPOS* pts, struct tagPART* part, int band);
@@ -154,11 +154,11 @@ public:
     void draw_texture(int px, int py, int W, int H, int y0, int y1, struct tagPART* p, int band);
     struct tagTEXEL anti_alias(int x, int y, int bw, int bh, class ImageQ4* colour,
                                class ImageQ4* matte);
-    // The same means from a band's running row sums (identical integer sums).
-    struct tagTEXEL anti_alias_rows(const TextureRows& rows, int x, int y, int bw, int bh);
-    // Builds the band's running row sums of the set's colour and matte clips; false without
-    // memory or clips, and then the texture sprites filter pixel by pixel.
-    bool build_texture_rows(int band);
+    // The same means from the summed-area table (identical integer sums).
+    struct tagTEXEL anti_alias_sums(const TextureSums& sums, int x, int y, int bw, int bh) const;
+    // Builds the summed-area table of the set's colour and matte clips; false without memory or
+    // clips, and then the texture sprites filter pixel by pixel.
+    bool build_texture_sums();
     void gradientTabInit(int seed);
 
     // Particle rendering and compositing (effect/PartRender.cpp)
