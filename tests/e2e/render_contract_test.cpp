@@ -27,12 +27,12 @@ std::string frameBytes(const std::string& dir, const std::string& name, int fram
 TEST(RenderContract, ThreadsNeverChangeTheFramesLayersDo) {
     std::string dir = harness::freshDir("contract_threads");
     auto frame = [&](const std::string& name, int f) { return frameBytes(dir, name, f); };
-    // One thread, fewer threads than jobs in a ragged split, and more threads than jobs.
-    for (const char* t : {"1", "3", "8"}) render(with(swarmJob("1-3", dir + "/t" + t + ".####.png"), {"--threads", t}));
+    // One thread, fewer threads than jobs (even and ragged splits), and more threads than jobs.
+    for (const char* t : {"1", "2", "3", "8"}) render(with(swarmJob("1-3", dir + "/t" + t + ".####.png"), {"--threads", t}));
     render(with(swarmJob("1-3", dir + "/l2.####.png"), {"--layers", "2", "--threads", "2"}));
     for (int f = 1; f <= 3; ++f) {
         ASSERT_FALSE(frame("t1", f).empty());
-        for (const char* t : {"t3", "t8"}) EXPECT_TRUE(frame(t, f) == frame("t1", f)) << t << ", frame " << f;
+        for (const char* t : {"t2", "t3", "t8"}) EXPECT_TRUE(frame(t, f) == frame("t1", f)) << t << ", frame " << f;
     }
     // Two layers stack the flock differently (each empty layer also takes 1/32768 off the plate).
     EXPECT_FALSE(frame("l2", 3) == frame("t1", 3));
