@@ -188,13 +188,20 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     Impl& m = *impl_;
     auto explicitSpace = m.inputs.find(clip);
     std::string from = explicitSpace == m.inputs.end() ? "" : explicitSpace->second;
-    if (m.off || ((from.empty() || from == kRaw) && !isFloatImage(path))) {
+    FloatImage image;
+    bool ok;
+    if (m.off)
+        ok = readImage(path, depthCode, out, error);
+    else if (from.empty() || from == kRaw)
+        ok = readImageAsStored(path, depthCode, out, &image, error);  // integer files stay as they are
+    else
+        ok = readImageFloat(path, &image, error);
+    if (!ok) return false;
+    if (m.off || ((from.empty() || from == kRaw) && !image.floatFile)) {
         std::lock_guard<std::mutex> lock(m.mutex);
         m.clipTransforms[clip].insert("taken as it is");
-        return readImage(path, depthCode, out, error);
+        return true;
     }
-    FloatImage image;
-    if (!readImageFloat(path, &image, error)) return false;
     if (from.empty() && !m.linearDefault(path, &from, error)) return false;
     if (from == kRaw) from = m.working;
     OIIO::ColorProcessorHandle convert;

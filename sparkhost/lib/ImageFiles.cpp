@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <unistd.h>
 #include <vector>
 
@@ -96,55 +97,54 @@ bool imageSize(const std::string& path, int* width, int* height, std::string* er
     return true;
 }
 
-bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::string* error) {
+namespace {
+
+// Opens a file for its pixels, refusing files without any.
+std::unique_ptr<OIIO::ImageInput> openPixels(const std::string& path, std::string* error) {
     auto in = OIIO::ImageInput::open(path);
     if (!in) {
         std::string why = OIIO::geterror();
         if (error) *error = "cannot read image '" + path + "': " + (why.empty() ? "unknown format" : why);
-        return false;
+        return nullptr;
     }
     const OIIO::ImageSpec& spec = in->spec();
-    int w = spec.width, h = spec.height, nch = spec.nchannels;
-    if (w <= 0 || h <= 0 || nch <= 0) {
+    if (spec.width <= 0 || spec.height <= 0 || spec.nchannels <= 0) {
         if (error) *error = "cannot read image '" + path + "': it has no pixels";
-        return false;
+        return nullptr;
     }
+    return in;
+}
+
+bool readOpened(OIIO::ImageInput& in, const std::string& path, int depthCode, FrameBuffer* out,
+                std::string* error) {
+    const OIIO::ImageSpec& spec = in.spec();
+    int w = spec.width, h = spec.height, nch = spec.nchannels;
     bool deep = isTwelveBit(depthCode);
     std::vector<uint16_t> pixels16;
     std::vector<uint8_t> pixels8;
     bool ok;
     if (deep) {
         pixels16.resize(size_t(w) * size_t(h) * size_t(nch));
-        ok = in->read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT16, pixels16.data());
+        ok = in.read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT16, pixels16.data());
     } else {
         pixels8.resize(size_t(w) * size_t(h) * size_t(nch));
-        ok = in->read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT8, pixels8.data());
+        ok = in.read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT8, pixels8.data());
     }
     if (!ok) {
-        if (error) *error = "cannot read image '" + path + "': " + in->geterror();
+        if (error) *error = "cannot read image '" + path + "': " + in.geterror();
         return false;
     }
-    in->close();
+    in.close();
     fillFrame(pixels16, pixels8, w, h, nch, depthCode, out);
     return true;
 }
 
-bool readImageFloat(const std::string& path, FloatImage* out, std::string* error) {
-    auto in = OIIO::ImageInput::open(path);
-    if (!in) {
-        std::string why = OIIO::geterror();
-        if (error) *error = "cannot read image '" + path + "': " + (why.empty() ? "unknown format" : why);
-        return false;
-    }
-    const OIIO::ImageSpec& spec = in->spec();
+bool readOpenedFloat(OIIO::ImageInput& in, const std::string& path, FloatImage* out, std::string* error) {
+    const OIIO::ImageSpec& spec = in.spec();
     int w = spec.width, h = spec.height, nch = spec.nchannels;
-    if (w <= 0 || h <= 0 || nch <= 0) {
-        if (error) *error = "cannot read image '" + path + "': it has no pixels";
-        return false;
-    }
     std::vector<float> all(size_t(w) * size_t(h) * size_t(nch));
-    if (!in->read_image(0, 0, 0, nch, OIIO::TypeDesc::FLOAT, all.data())) {
-        if (error) *error = "cannot read image '" + path + "': " + in->geterror();
+    if (!in.read_image(0, 0, 0, nch, OIIO::TypeDesc::FLOAT, all.data())) {
+        if (error) *error = "cannot read image '" + path + "': " + in.geterror();
         return false;
     }
     out->width = w;
@@ -156,9 +156,25 @@ bool readImageFloat(const std::string& path, FloatImage* out, std::string* error
     return true;
 }
 
-bool isFloatImage(const std::string& path) {
-    auto in = OIIO::ImageInput::open(path);
-    return in && in->spec().format.is_floating_point();
+}  // namespace
+
+bool readImage(const std::string& path, int depthCode, FrameBuffer* out, std::string* error) {
+    auto in = openPixels(path, error);
+    return in && readOpened(*in, path, depthCode, out, error);
+}
+
+bool readImageFloat(const std::string& path, FloatImage* out, std::string* error) {
+    auto in = openPixels(path, error);
+    return in && readOpenedFloat(*in, path, out, error);
+}
+
+bool readImageAsStored(const std::string& path, int depthCode, FrameBuffer* frame, FloatImage* image,
+                       std::string* error) {
+    auto in = openPixels(path, error);
+    if (!in) return false;
+    if (in->spec().format.is_floating_point()) return readOpenedFloat(*in, path, image, error);
+    image->floatFile = false;
+    return readOpened(*in, path, depthCode, frame, error);
 }
 
 void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {

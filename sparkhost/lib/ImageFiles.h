@@ -43,7 +43,10 @@ struct FloatImage {
     std::vector<float> rgb;
 };
 bool readImageFloat(const std::string& path, FloatImage* out, std::string* error);
-bool isFloatImage(const std::string& path);
+// Opens the file once and reads it as it is stored: a floating-point file into `image` (its
+// floatFile set), any other into `frame` as readImage does (image->floatFile left false).
+bool readImageAsStored(const std::string& path, int depthCode, FrameBuffer* frame, FloatImage* image,
+                       std::string* error);
 // Host codes from float pixels, rounded exactly as readImage rounds a floating-point file.
 void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out);
 // Writes float pixels in the file type writeImage would use for a frame of that depth.
