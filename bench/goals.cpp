@@ -253,12 +253,19 @@ void pass_goals()
     pass("export 12-bit", px * 20, [&] { ConvertToDLImage12(a, host12.data(), kW, kH, 1, 0); });
     pass("copy of the background", px * 16, [&] { a->CopyValues(b, 1.0f, 1.0f, 1.0f, 1.0f); });
     Vesk& v = *f.vesk;
-    for (int i = 0; i < 4; ++i) v.layers[i] = v.set->work[i];
+    // Every pixel of the four layers drawn: the most the clear and the composite can have to do.
+    auto draw_all_layers = [&] {
+        for (int i = 0; i < 4; ++i) {
+            v.layers[i] = v.set->work[i];
+            v.layer_cols[i].assign(2 * (size_t)kH, 0);
+            v.mark_layer_area(i, 0, kH - 1, 0, kW - 1);
+        }
+    };
     pass("clear of four drawn layers", px * 32, [&] {
-        for (auto& d : v.layer_dirty) d[0] = 0, d[1] = kH - 1;
+        draw_all_layers();
         v.mp_clear_layers(0, kH - 1);
     });
-    for (auto& d : v.layer_dirty) d[0] = 0, d[1] = kH - 1;
+    draw_all_layers();
     for (int i = 0; i < 4; ++i) v.set->work[i]->Fill(3000, 2000, 1000, 9000);
     pass("composite of four drawn layers", px * 48, [&] { v.mp_Composite(0, kH - 1); });
     for (int i = 0; i < 4; ++i) v.layers[i] = nullptr;

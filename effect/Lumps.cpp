@@ -94,7 +94,9 @@ void Vesk::part_anti_aliased_lump(ImageQ4* layer, int iw, int /*ih*/, int px, in
     {
         const int top = py - half > y0 ? py - half : y0;
         const int bottom = py - half + lump->height - 1 < y1 - 1 ? py - half + lump->height - 1 : y1 - 1;
-        if (top <= bottom && top >= 0) mark_layer_rows(band_of_layer(set, layer), top, bottom);
+        const int left = px - half + j0 > 0 ? px - half + j0 : 0;
+        const int right = px - half + j1 - 1 < iw - 1 ? px - half + j1 - 1 : iw - 1;
+        if (top <= bottom && top >= 0) mark_layer_area(band_of_layer(set, layer), top, bottom, left, right);
     }
     for (int i = 0; i < lump->height; ++i) {
         const int y = py - half + i;
@@ -190,7 +192,9 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
     {
         const int top = py - hy > 0 ? py - hy : 0;
         const int bottom = py + hy - 1 < ih - 1 ? py + hy - 1 : ih - 1;
-        if (top <= bottom) mark_layer_rows(band, top, bottom);
+        const int left = px - hx > 0 ? px - hx : 0;
+        const int right = px + hx - 1 < iw - 1 ? px + hx - 1 : iw - 1;
+        if (top <= bottom) mark_layer_area(band, top, bottom, left, right);
     }
 
     for (int v = -hy; v < hy; ++v) {

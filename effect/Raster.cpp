@@ -333,7 +333,7 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
     const int left = ox > 0 ? ox : 0;
     const int right = ox + bw - 1 < s->width2 - 1 ? ox + bw - 1 : s->width2 - 1;
     if (top > bottom || left > right) return;
-    mark_layer_rows(band, top, bottom);
+    mark_layer_area(band, top, bottom, left, right);
     // Full coverage (64 samples) at density 1 is 32768, one in 15-bit fixed point. A block sum
     // is one of 65 values, so their coverages are worked out once.
     int coverage[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];

@@ -8,6 +8,8 @@
 #include "Library/Q4FrameCache.h"
 #include "effect/Raster.h"
 
+#include <vector>
+
 class Vesk : public PluginQ4, public OverlayQ4 {
 public:
     VeskInfo info;
@@ -38,17 +40,36 @@ public:
     class ImageQ4* scratch_b;
     // Blocks of the frame-sized images (clips, result, layers, scratch), kept between frames.
     FrameBlockCacheQ4 frame_blocks;
-    // Rows of each layer that may hold non-zero pixels ([first, last], empty when first > last).
-    // The layers keep their blocks between frames, so only these rows need clearing.
+    // Rows of each layer that may hold non-zero pixels ([first, last], empty when first > last),
+    // and within each row the columns that may ([first, last] per row, in layer_cols). The layers
+    // keep their blocks between frames, so only these pixels need clearing again, and the
+    // composite reads nothing else of them.
     int layer_dirty[4][2];
+    std::vector<int> layer_cols[4];
     class ImageQ4* layers[4];
     void mp_clear_layers(int first_row, int last_row);
     void prepare_layers(int w, int h);
-    // Widens the dirty rows of a band's layer; called by the shape writers of that band only.
-    void mark_layer_rows(int band, int first_row, int last_row) {
-        if (band < 0 || band > 3) return;
-        if (first_row < layer_dirty[band][0]) layer_dirty[band][0] = first_row;
-        if (last_row > layer_dirty[band][1]) layer_dirty[band][1] = last_row;
+    // Widens the drawn area of a band's layer by rows top .. bottom, columns left .. right (both
+    // within the frame); called by the shape writers of that band only.
+    void mark_layer_area(int band, int top, int bottom, int left, int right) {
+        if (band < 0 || band > 3 || top > bottom || left > right) return;
+        if (top < layer_dirty[band][0]) layer_dirty[band][0] = top;
+        if (bottom > layer_dirty[band][1]) layer_dirty[band][1] = bottom;
+        int* cols = layer_cols[band].data();
+        if (2 * (bottom + 1) > (int)layer_cols[band].size()) return;
+        for (int y = top; y <= bottom; ++y) {
+            if (left < cols[2 * y]) cols[2 * y] = left;
+            if (right > cols[2 * y + 1]) cols[2 * y + 1] = right;
+        }
+    }
+    // The columns of row y that layer i may have drawn into; first > last when none.
+    void layer_columns(int i, int y, int* first, int* last) const {
+        if (y < layer_dirty[i][0] || y > layer_dirty[i][1]) {
+            *first = 1, *last = 0;
+        } else if (2 * (y + 1) <= (int)layer_cols[i].size()) {
+            *first = layer_cols[i][2 * y];
+            *last = layer_cols[i][2 * y + 1];
+        }  // else: no columns kept for this layer, the caller's whole row stands
     }
 
     void fill_random_table();

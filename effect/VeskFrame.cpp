@@ -15,6 +15,9 @@ namespace {
 const int CONSTRUCTION_RANDOM_SEED = -567;
 const int CONSTRUCTION_GRADIENT_SEED = -665;
 
+// The first column of a layer row nothing has been drawn into (above any column).
+const int kNoColumn = 1 << 30;
+
 }  // namespace
 
 Vesk::Vesk()
@@ -63,13 +66,25 @@ void Vesk::mp_clear_layers(int first_row, int last_row) {
         if (!layer) continue;
         const int from = first_row > layer_dirty[i][0] ? first_row : layer_dirty[i][0];
         const int to = last_row < layer_dirty[i][1] ? last_row : layer_dirty[i][1];
-        for (int y = from; y <= to; ++y)
-            memset(layer->rows[y], 0, (size_t)layer->width * sizeof(PixelQ4));
+        if (from > to) continue;
+        if (2 * (size_t)(to + 1) > layer_cols[i].size()) {
+            // No columns kept for this layer: its rows are cleared whole.
+            for (int y = from; y <= to; ++y) memset(layer->rows[y], 0, (size_t)layer->width * sizeof(PixelQ4));
+            continue;
+        }
+        int* cols = layer_cols[i].data();
+        for (int y = from; y <= to; ++y) {
+            const int left = cols[2 * y] < 0 ? 0 : cols[2 * y];
+            const int right = cols[2 * y + 1] > layer->width - 1 ? layer->width - 1 : cols[2 * y + 1];
+            if (left <= right) memset(layer->rows[y] + left, 0, (size_t)(right - left + 1) * sizeof(PixelQ4));
+            cols[2 * y] = kNoColumn;
+            cols[2 * y + 1] = -1;
+        }
     }
 }
 
 // The four layers of this frame, cleared to transparent black. They keep their blocks while the
-// frame size stays, and only the rows the previous frame drew into need clearing again.
+// frame size stays, and only the pixels the previous frame drew into need clearing again.
 void Vesk::prepare_layers(int w, int h) {
     for (int i = 0; i < 4; ++i) {
         if (layers[i] && layers[i]->width == w && layers[i]->height == h) continue;
@@ -78,6 +93,8 @@ void Vesk::prepare_layers(int w, int h) {
         // A block from the cache holds whatever it held last.
         layer_dirty[i][0] = 0;
         layer_dirty[i][1] = h - 1;
+        layer_cols[i].assign(2 * (size_t)(h > 0 ? h : 0), 0);
+        for (int y = 0; y < h; ++y) layer_cols[i][2 * y + 1] = w - 1;
     }
     MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_clear_layers), h);
     for (int i = 0; i < 4; ++i) {
