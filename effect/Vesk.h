@@ -73,6 +73,9 @@ public:
     }
 
     void fill_random_table();
+    // Whether this frame reads input clip `index` (0 = background ... 4 = avoidance matte) at
+    // all, from the controls at the current frame; a clip it does not read need not be converted.
+    bool reads_source(int index);
 
     // Particle set and random source (effect/PartSet.cpp)
     struct tagPARTSET* part_set_create(int capacity);

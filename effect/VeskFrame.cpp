@@ -107,6 +107,23 @@ void Vesk::fill_random_table() {
     for (int i = 0; i < PART_RANDOM_TABLE_SIZE; ++i) random_table[i] = ran1fQ4(&random_state);
 }
 
+bool Vesk::reads_source(int index) {
+    const double t = frame < 0.0 ? 0.0 : frame;
+    // The shape list counts from 1 in the control; 7 to 9 are the three textured shapes, which
+    // take colour and matte from clips 2 and 3. The other shapes read clip 2 only when drawn
+    // over its colours. The two mattes are read only when their rules are on. Every control is
+    // read at the current frame, as the frame's own steps (pre-roll included) read them.
+    const int shape = info.shape.GetValue(t) - 1;
+    const bool textured = shape >= 6 && shape <= 8;
+    switch (index) {
+    case 1: return textured || info.shapes_over_cols.GetValue(t);
+    case 2: return textured;
+    case 3: return info.use_birth_matte.GetValue(t) != 0;
+    case 4: return info.use_avoid_matte.GetValue(t) != 0;
+    default: return true;
+    }
+}
+
 void Vesk::mp_process(int first_row, int last_row) {
     ImageQ4* src = info.source1.image;
     ImageQ4* dst = info.result.image;

@@ -64,18 +64,20 @@ void convert_in_bands(void* buffer, ImageQ4* image, int width, int height, int d
     lib_mp_exec(&Instance, convert_band, ConvertRowCount(image, height, divisor, to_host), &job);
 }
 
-// The frame image of a clip (copy 1) or of the result (copy 0), over a block of the cache.
-ImageQ4* import_frame(void* pixels, int width, int height, double ratio, int divisor, int copy) {
+// The frame image of a clip or of the result, over a block of the cache, set up as the conversion
+// sets it up; a clip's pixels follow in bands (convert_source).
+ImageQ4* frame_image(void* pixels, int width, int height, double ratio, int divisor) {
     if (!pixels) return nullptr;
     ImageQ4* image = Instance.frame_blocks.Take(ConvertWorkingSize(width, divisor),
                                                 ConvertWorkingSize(height, divisor));
     if (!image) return nullptr;
-    if (copy && divisor > 1) clear_unreached(image, width, height, divisor);
-    // Set up as the conversion sets it up; the pixels follow in bands.
-    image = DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, 0)
-                        : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, 0);
-    if (copy) convert_in_bands(pixels, image, width, height, divisor, 0);
-    return image;
+    return DLtwelveBit ? ConvertFromDLImage12(pixels, width, height, ratio, divisor, image, 0)
+                       : ConvertFromDLImage8(pixels, width, height, ratio, divisor, image, 0);
+}
+
+void convert_source(void* pixels, ImageQ4* image, int width, int height, int divisor) {
+    if (divisor > 1) clear_unreached(image, width, height, divisor);
+    convert_in_bands(pixels, image, width, height, divisor, 0);
 }
 
 }  // namespace
@@ -177,19 +179,27 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
         source->twelve_bit = DLtwelveBit ? 1 : 0;
         source->temp_id = DLtempBufferId;
         source->temp_record = &DLtempRecord;
-        source->image = import_frame(record.Buffer, DLwidth, DLheight, aspect, divisor, 1);
+        // Converted below, once the controls of this frame say whether it reads the clip.
+        source->image = frame_image(record.Buffer, DLwidth, DLheight, aspect, divisor);
     }
     if (!sparkMemGetBuffer(1, &DLoutputRecord)) {
         release_source_images();
         return nullptr;
     }
     ResultQ4& result = Instance.info.result;
-    result.image = import_frame(DLoutputRecord.Buffer, DLwidth, DLheight, aspect, divisor, 0);
+    result.image = frame_image(DLoutputRecord.Buffer, DLwidth, DLheight, aspect, divisor);
 
     CopyControlValues();
     if (DL_Sync_Ctrl == 1) {
         Instance.SyncControls();
         DL_Sync_Ctrl = 0;
+    }
+    // A clip the frame does not read keeps its block unconverted: no step of the frame looks
+    // at its pixels, so the frame is the same and the conversion's time is saved.
+    for (int i = 0; i < 5; ++i) {
+        SourceQ4* source = kSources[i];
+        if (source->image && Instance.reads_source(i))
+            convert_source(DLsourceRecords[i].Buffer, source->image, DLwidth, DLheight, divisor);
     }
     Instance.ProcessFrame();
 
