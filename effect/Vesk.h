@@ -7,6 +7,7 @@
 #include "effect/VeskInfo.h"
 #include "Library/Q4FrameCache.h"
 #include "effect/Raster.h"
+#include "framework/RandomQ4.h"
 
 #include <vector>
 
@@ -23,6 +24,11 @@ public:
 
     float random_table[262144];   // refilled from -Seed every frame
     int random_state;             // ran1fQ4 state; -567 after construction
+    // The seed the random table was last filled from (-1: none that can be reused), with the
+    // generator's state after that fill.
+    int random_table_seed;
+    int random_state_after;
+    Ran1fStateQ4 random_shuffle_after;
     struct tagPARTSET* set;       // the swarm
     int first_frame;              // 1 until the lumps have been built
     int restart_flag;             // requests consumed by the next frame
@@ -73,6 +79,8 @@ public:
     }
 
     void fill_random_table();
+    // The gradient and random tables of a Seed value, as every frame makes them.
+    void seed_random_tables(int seed);
     // Whether this frame reads input clip `index` (0 = background ... 4 = avoidance matte) at
     // all, from the controls at the current frame; a clip it does not read need not be converted.
     bool reads_source(int index);

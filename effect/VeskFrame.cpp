@@ -103,6 +103,23 @@ void Vesk::prepare_layers(int w, int h) {
     }
 }
 
+void Vesk::seed_random_tables(int seed) {
+    gradientTabInit(-seed);
+    if (seed >= 0 && seed == random_table_seed) {
+        // A seed of zero or more restarts the generator, so the table and the state the fill
+        // leaves depend on the seed alone: the last frame's fill is this frame's, without a
+        // quarter of a million draws.
+        random_state = random_state_after;
+        ran1fQ4SetState(random_shuffle_after);
+    } else {
+        random_state = -seed;
+        fill_random_table();
+        random_table_seed = seed >= 0 ? seed : -1;
+        random_state_after = random_state;
+        ran1fQ4GetState(&random_shuffle_after);
+    }
+}
+
 void Vesk::fill_random_table() {
     for (int i = 0; i < PART_RANDOM_TABLE_SIZE; ++i) random_table[i] = ran1fQ4(&random_state);
 }
@@ -160,10 +177,7 @@ void Vesk::ProcessFrame() {
 
     // 4. The random table is a pure function of Seed, so every frame sees the same numbers
     // for the same settings.
-    int seed = info.seed.GetValue(t);
-    gradientTabInit(-seed);
-    random_state = -seed;
-    fill_random_table();
+    seed_random_tables(info.seed.GetValue(t));
 
     // 5. Wire the set to this frame's images.
     s->result = out;

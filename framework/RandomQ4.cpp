@@ -106,6 +106,16 @@ float ran1fQ4(int* seed) {
     return temp > MS_RNMX ? MS_RNMX : temp;
 }
 
+void ran1fQ4GetState(Ran1fStateQ4* state) {
+    for (int j = 0; j < MS_NTAB; ++j) state->table[j] = ran1f_state.table[j];
+    state->iy = ran1f_state.iy;
+}
+
+void ran1fQ4SetState(const Ran1fStateQ4& state) {
+    for (int j = 0; j < MS_NTAB; ++j) ran1f_state.table[j] = state.table[j];
+    ran1f_state.iy = state.iy;
+}
+
 int ran1Q4(int* seed) {
     return shuffled_draw(ran1_state, seed);
 }

@@ -15,6 +15,15 @@ int randQ4(int& seed);
 // Result in (0, 0.99999988]; never 1.0.
 float ran1fQ4(int* seed);
 
+// The hidden state of ran1fQ4, so that a caller keeping a long run of its draws can put the
+// generator back where that run left it without drawing the run again.
+struct Ran1fStateQ4 {
+    int table[32];
+    int iy;
+};
+void ran1fQ4GetState(Ran1fStateQ4* state);
+void ran1fQ4SetState(const Ran1fStateQ4& state);
+
 // The same generator with its own table, returning the shuffled integer
 // (1 .. 2147483646) instead of a float.
 int ran1Q4(int* seed);

@@ -1,6 +1,9 @@
 // The particle set's storage, the copy of the controls into it, and the random source.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 #include "host/ControlTable.h"
 #include "swarm_env.h"
 
@@ -116,4 +119,39 @@ TEST(RandomSource, DrawsReadTheTableThroughTheCounterAndReportParallelUse) {
     EXPECT_EQ(Messages(), "part_rand_01() called with MP region!\n\n"
                           "part_rand_11() called with MP region!\n\n"
                           "part_var_1() called with MP region!\n\n");
+}
+
+// A frame whose Seed matches the last fill reuses the table; what it leaves must be what a fresh
+// fill leaves: the table, the caller's state and the generator's hidden shuffle, over seeds that
+// repeat, change, are zero, and are negative (which continue the generator instead of restarting).
+TEST(RandomSource, ReusedTableLeavesWhatAFreshFillLeaves) {
+    struct After {
+        std::vector<float> table;
+        int state;
+        float next_draw;
+    };
+    const int seeds[] = {7, 7, 7, 12, 12, 0, 0, -3, -3, 7, 7};
+    auto run = [&](bool reuse) {
+        std::unique_ptr<Vesk> v(new Vesk());
+        std::vector<After> out;
+        for (int seed : seeds) {
+            if (reuse) {
+                v->seed_random_tables(seed);
+            } else {
+                v->gradientTabInit(-seed);
+                v->random_state = -seed;
+                v->fill_random_table();
+            }
+            int probe = 1;  // a positive seed continues from the hidden shuffle
+            out.push_back({std::vector<float>(v->random_table, v->random_table + 262144), v->random_state,
+                           ran1fQ4(&probe)});
+        }
+        return out;
+    };
+    const std::vector<After> fresh = run(false), reused = run(true);
+    for (size_t i = 0; i < fresh.size(); ++i) {
+        EXPECT_EQ(reused[i].table, fresh[i].table) << "frame " << i;
+        EXPECT_EQ(reused[i].state, fresh[i].state) << "frame " << i;
+        EXPECT_EQ(reused[i].next_draw, fresh[i].next_draw) << "frame " << i;
+    }
 }
