@@ -3,7 +3,11 @@
 
 #include <stdio.h>
 
+#include <emmintrin.h>
+#include <string.h>
+
 #include <new>
+#include <type_traits>
 
 #include "Library/Q4PixelMap.h"
 
@@ -73,6 +77,55 @@ ImageQ4* import_frame(const Host* buffer, int width, int height, double ratio, i
     return image;
 }
 
+// One image row into 8-bit host pixels, four at a time: each channel's top eight bits, saturated
+// at 255 by the pack (a shifted channel is at most 511). A pixel leaves as one 32-bit store whose
+// fourth byte the next pixel's store overwrites, so the row's last pixel is written byte by byte
+// and nothing past the row (another band's) is touched.
+void export_row8(const PixelQ4* row, unsigned char* dst, int w) {
+    int x = 0;
+    for (; x + 4 < w; x += 4) {
+        const __m128i a = _mm_srli_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), 7);
+        const __m128i b = _mm_srli_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x + 2)), 7);
+        __m128i bytes = _mm_packus_epi16(a, b);
+        for (int i = 0; i < 4; ++i) {
+            const int word = _mm_cvtsi128_si32(bytes);
+            memcpy(dst + (size_t)(x + i) * 3, &word, 4);
+            bytes = _mm_srli_si128(bytes, 4);
+        }
+    }
+    for (; x < w; x++) q4_export8(row[x], dst + (size_t)x * 3);
+}
+
+// One image row into 12-bit host words, four pixels (twelve words) at a time: each channel's top
+// twelve bits, capped at 4095, in the word's upper twelve bits, the host's low four bits kept.
+// The alpha lanes are squeezed out with byte shifts and masks.
+void export_row12(const PixelQ4* row, unsigned short* dst, int w) {
+    const __m128i cap = _mm_set1_epi16(4095), low = _mm_set1_epi16(15);
+    const __m128i lanes012 = _mm_setr_epi16(-1, -1, -1, 0, 0, 0, 0, 0);
+    const __m128i lanes345 = _mm_setr_epi16(0, 0, 0, -1, -1, -1, 0, 0);
+    const __m128i lane0 = _mm_setr_epi16(-1, 0, 0, 0, 0, 0, 0, 0);
+    const __m128i lanes123 = _mm_setr_epi16(0, -1, -1, -1, 0, 0, 0, 0);
+    auto top = [&](const PixelQ4* p) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        return _mm_slli_epi16(_mm_min_epi16(_mm_srli_epi16(v, 3), cap), 4);
+    };
+    int x = 0;
+    for (; x + 4 <= w; x += 4) {
+        unsigned short* out = dst + (size_t)x * 3;
+        const __m128i a = top(row + x), b = top(row + x + 2);  // r0 g0 b0 a0 r1 g1 b1 a1, r2 ... a3
+        const __m128i first = _mm_or_si128(_mm_or_si128(_mm_and_si128(a, lanes012),
+                                                        _mm_and_si128(_mm_srli_si128(a, 2), lanes345)),
+                                           _mm_slli_si128(b, 12));  // r0 g0 b0 r1 g1 b1 r2 g2
+        const __m128i rest = _mm_or_si128(_mm_and_si128(_mm_srli_si128(b, 4), lane0),
+                                          _mm_and_si128(_mm_srli_si128(b, 6), lanes123));  // b2 r3 g3 b3
+        const __m128i old_first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(out));
+        const __m128i old_rest = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(out + 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_or_si128(first, _mm_and_si128(old_first, low)));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 8), _mm_or_si128(rest, _mm_and_si128(old_rest, low)));
+    }
+    for (; x < w; x++) q4_export12(row[x], dst + (size_t)x * 3);
+}
+
 // Host rows first..last of an export (image rows at full resolution).
 template <typename Host, int Words, void (*Export)(const PixelQ4&, Host*)>
 void export_rows(ImageQ4* image, Host* buffer, int width, int height, int n, int first, int last) {
@@ -82,6 +135,14 @@ void export_rows(ImageQ4* image, Host* buffer, int width, int height, int n, int
         for (int y = first; y <= last && y < ih; y++) {
             const PixelQ4* row = image->rows[y];
             Host* dst = buffer + (size_t)y * iw * Words;
+            if constexpr (std::is_same<Host, unsigned char>::value && Words == 3) {
+                export_row8(row, dst, iw);
+                continue;
+            }
+            if constexpr (std::is_same<Host, unsigned short>::value && Words == 3) {
+                export_row12(row, dst, iw);
+                continue;
+            }
             for (int x = 0; x < iw; x++) Export(row[x], dst + x * Words);
         }
         return;
