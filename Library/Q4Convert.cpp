@@ -33,16 +33,50 @@ ImageQ4* prepare_import(ImageQ4* image, int w, int h, double ratio, int n) {
     return image;
 }
 
+// One host pixel into a working pixel in four lanes, reading a whole word (or 64-bit word) from
+// the pixel's first channel on: only for a pixel that is not the last of its row, whose read
+// stays inside the row. The fourth lane becomes the opaque alpha.
+inline void import_sample8(PixelQ4& p, const unsigned char* host) {
+    int word;
+    memcpy(&word, host, 4);
+    const __m128i v = _mm_unpacklo_epi8(_mm_cvtsi32_si128(word), _mm_setzero_si128());
+    const __m128i c = _mm_or_si128(_mm_slli_epi16(v, 7), _mm_srli_epi16(v, 1));
+    const __m128i alpha = _mm_setr_epi16(0, 0, 0, 32767, 0, 0, 0, 0);
+    const __m128i rgb = _mm_setr_epi16(-1, -1, -1, 0, 0, 0, 0, 0);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&p), _mm_or_si128(_mm_and_si128(c, rgb), alpha));
+}
+
+inline void import_sample12(PixelQ4& p, const unsigned short* host) {
+    const __m128i v = _mm_srli_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(host)), 4);
+    const __m128i c = _mm_or_si128(_mm_slli_epi16(v, 3), _mm_srli_epi16(v, 9));
+    const __m128i alpha = _mm_setr_epi16(0, 0, 0, 32767, 0, 0, 0, 0);
+    const __m128i rgb = _mm_setr_epi16(-1, -1, -1, 0, 0, 0, 0, 0);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&p), _mm_or_si128(_mm_and_si128(c, rgb), alpha));
+}
+
+// The samples of one host row: every n-th pixel from n / 2 on (every pixel at full resolution),
+// into count image pixels.
+template <typename Host, int Words, void (*Import)(PixelQ4&, const Host*)>
+void import_samples(PixelQ4* row, const Host* src, int width, int n, int count) {
+    int i = 0, x = n / 2;
+    for (; i < count && x < width - 1; x += n, i++) {
+        if constexpr (std::is_same<Host, unsigned char>::value && Words == 3)
+            import_sample8(row[i], src + (size_t)x * 3);
+        else if constexpr (std::is_same<Host, unsigned short>::value && Words == 3)
+            import_sample12(row[i], src + (size_t)x * 3);
+        else
+            Import(row[i], src + (size_t)x * Words);
+    }
+    for (; i < count && x < width; x += n, i++) Import(row[i], src + (size_t)x * Words);
+}
+
 // Image rows first..last of an import (the sampled host rows at a reduced resolution).
 template <typename Host, int Words, void (*Import)(PixelQ4&, const Host*)>
 void import_rows(const Host* buffer, int width, int height, int n, ImageQ4* image, int first,
                  int last) {
     if (n == 1) {
-        for (int y = first; y <= last && y < height; y++) {
-            PixelQ4* row = image->rows[y];
-            const Host* src = buffer + (size_t)y * width * Words;
-            for (int x = 0; x < width; x++) Import(row[x], src + x * Words);
-        }
+        for (int y = first; y <= last && y < height; y++)
+            import_samples<Host, Words, Import>(image->rows[y], buffer + (size_t)y * width * Words, width, 1, width);
         return;
     }
     // Pixels are picked, not averaged, on a grid that starts half a step in. Image pixels no
@@ -54,8 +88,7 @@ void import_rows(const Host* buffer, int width, int height, int n, ImageQ4* imag
         if (y >= height) break;
         PixelQ4* row = image->rows[j];
         const Host* src = buffer + (size_t)y * width * Words;
-        int i = 0;
-        for (int x = n / 2; x < width && i < cols; x += n, i++) Import(row[i], src + (size_t)x * Words);
+        import_samples<Host, Words, Import>(row, src, width, n, cols);
     }
 }
 
