@@ -14,6 +14,10 @@ const double POINTS_PER_CELL = 2.0;
 const int MAX_CELLS_PER_AXIS = 1024;
 
 inline int clampi(int v, int lo, int hi) { return v < lo ? lo : (v > hi ? hi : v); }
+// The smaller and larger of two values (both finite here); std::fmin and std::fmax are library
+// calls at this optimisation level.
+inline double lesser(double a, double b) { return b < a ? b : a; }
+inline double greater(double a, double b) { return b > a ? b : a; }
 
 }  // namespace
 
@@ -27,10 +31,10 @@ void NeighbourGrid::Build(const float* xs, const float* ys, int n) {
     for (int i = 0; i < n; ++i) {
         if (!std::isfinite(xs[i]) || !std::isfinite(ys[i])) continue;
         ++finite;
-        minx = std::fmin(minx, xs[i]);
-        maxx = std::fmax(maxx, xs[i]);
-        miny = std::fmin(miny, ys[i]);
-        maxy = std::fmax(maxy, ys[i]);
+        minx = lesser(minx, xs[i]);
+        maxx = greater(maxx, xs[i]);
+        miny = lesser(miny, ys[i]);
+        maxy = greater(maxy, ys[i]);
     }
     int g = (int)std::sqrt((double)finite / POINTS_PER_CELL);
     g = clampi(g, 1, MAX_CELLS_PER_AXIS);
@@ -62,9 +66,16 @@ void NeighbourGrid::Build(const float* xs, const float* ys, int n) {
     std::vector<int> fill(cell_start_.begin(), cell_start_.end() - 1);
     for (int i = 0; i < n; ++i)
         if (cell_of_[(size_t)i] >= 0) order_[(size_t)fill[(size_t)cell_of_[(size_t)i]]++] = i;
+    // The positions again in cell order, so that a cell's candidates are read in one sweep.
+    cell_xs_.resize(order_.size());
+    cell_ys_.resize(order_.size());
+    for (size_t k = 0; k < order_.size(); ++k) {
+        cell_xs_[k] = xs[order_[k]];
+        cell_ys_[k] = ys[order_[k]];
+    }
 }
 
-void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* parts) const {
+void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, const float* vys) const {
     // The best candidates so far, ascending by (distance, list index).
     float bd[PART_MAX_MATES];
     int bi[PART_MAX_MATES];
@@ -75,10 +86,11 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* part
         const float px = xs_[i], py = ys_[i];
         const int cx = home % gx_, cy = home / gx_;
         double far2 = 0.0;  // a little above the square of the farthest kept distance
-        auto consider = [&](int j) {
+        auto consider = [&](size_t k) {
+            const int j = order_[k];
             if (j == i) return;
-            const float dx = px - xs_[j];
-            const float dy = py - ys_[j];
+            const float dx = px - cell_xs_[k];
+            const float dy = py - cell_ys_[k];
             const float d2 = dx * dx + dy * dy;
             // Well beyond the farthest kept candidate: its root cannot tie with it.
             if (count == m && (double)d2 > far2) return;
@@ -112,18 +124,30 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* part
                         continue;
                     }
                     const int c = y * gx_ + x;
+                    if (cell_start_[(size_t)c] == cell_start_[(size_t)c + 1]) continue;
+                    if (count == m && r > 0) {
+                        // A cell whose nearest point lies beyond the farthest kept candidate
+                        // holds none that could replace it (the same margins as the ring bound).
+                        const double left = (minx_ + x * cw_) - px, right = px - (minx_ + (x + 1) * cw_);
+                        const double top = (miny_ + y * ch_) - py, bottom = py - (miny_ + (y + 1) * ch_);
+                        const double ex = left > 0.0 ? left : (right > 0.0 ? right : 0.0);
+                        const double ey = top > 0.0 ? top : (bottom > 0.0 ? bottom : 0.0);
+                        // (gap - slack) * (1 - 1e-6) > farthest, squared: both sides are positive.
+                        const double reach = (double)bd[m - 1] / (1.0 - 1e-6) + slack_;
+                        if (ex * ex + ey * ey > reach * reach) continue;
+                    }
                     for (int k = cell_start_[(size_t)c]; k < cell_start_[(size_t)c + 1]; ++k)
-                        consider(order_[(size_t)k]);
+                        consider((size_t)k);
                 }
             }
             if (x0 <= 0 && y0 <= 0 && x1 >= gx_ - 1 && y1 >= gy_ - 1) break;
             if (count < m) continue;
             // Every point outside the searched block lies farther than its nearest edge.
             double bound = inf;
-            if (x0 > 0) bound = std::fmin(bound, px - (minx_ + x0 * cw_));
-            if (x1 < gx_ - 1) bound = std::fmin(bound, (minx_ + (x1 + 1) * cw_) - px);
-            if (y0 > 0) bound = std::fmin(bound, py - (miny_ + y0 * ch_));
-            if (y1 < gy_ - 1) bound = std::fmin(bound, (miny_ + (y1 + 1) * ch_) - py);
+            if (x0 > 0) bound = lesser(bound, px - (minx_ + x0 * cw_));
+            if (x1 < gx_ - 1) bound = lesser(bound, (minx_ + (x1 + 1) * cw_) - px);
+            if (y0 > 0) bound = lesser(bound, py - (miny_ + y0 * ch_));
+            if (y1 < gy_ - 1) bound = lesser(bound, (miny_ + (y1 + 1) * ch_) - py);
             // The rounded single-precision distance may fall a few ulps short of the exact one.
             if ((bound - slack_) * (1.0 - 1e-6) > (double)bd[m - 1]) break;
         }
@@ -136,7 +160,7 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, tagPART* const* part
             continue;
         }
         const int k = count - 1 - (r - empty);
-        const tagPART* q = parts[bi[k]];
-        row = tagF_MATE{q->pos.x, q->pos.y, bd[k], q->vel.x, q->vel.y};
+        const int j = bi[k];
+        row = tagF_MATE{xs_[j], ys_[j], bd[k], vxs[j], vys[j]};
     }
 }

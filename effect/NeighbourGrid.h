@@ -10,16 +10,15 @@
 #include <vector>
 
 struct tagF_MATE;
-struct tagPART;
 
 class NeighbourGrid {
 public:
     // Files the n points (list order) into cells. Points that are not finite are left out: no
     // distance to them is ever strictly below the empty row's.
     void Build(const float* xs, const float* ys, int n);
-    // Fills the m rows of `table` for point i; parts[j] gives the position and velocity of
-    // candidate j.
-    void Nearest(int i, int m, tagF_MATE* table, tagPART* const* parts) const;
+    // Fills the m rows of `table` for point i; vxs[j], vys[j] give the velocity of candidate j
+    // (gathered beside the positions, so that a row is filled without visiting the particle).
+    void Nearest(int i, int m, tagF_MATE* table, const float* vxs, const float* vys) const;
 
 private:
     const float* xs_ = nullptr;
@@ -30,6 +29,7 @@ private:
     std::vector<int> cell_of_;     // cell of each point, -1 when left out
     std::vector<int> cell_start_;  // gx * gy + 1 offsets into order_
     std::vector<int> order_;       // point indices by cell, list order within a cell
+    std::vector<float> cell_xs_, cell_ys_;  // their positions, in the same order
 };
 
 #endif

@@ -298,19 +298,24 @@ int Vesk::calc_vesk() {
     tagF_MATE* table = (tagF_MATE*)q4_malloc((size_t)m * sizeof(tagF_MATE), STEERING_TAG, __LINE__);
     float* xs = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
     float* ys = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
+    float* vxs = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
+    float* vys = (float*)q4_malloc((size_t)n * sizeof(float), STEERING_TAG, __LINE__);
     tagPART** parts = (tagPART**)q4_malloc((size_t)n * sizeof(tagPART*), STEERING_TAG, __LINE__);
-    if (!table || !xs || !ys || !parts) {
+    auto release = [&] {
+        for (void* block : {(void*)table, (void*)xs, (void*)ys, (void*)vxs, (void*)vys, (void*)parts})
+            if (block) q4_free(block, STEERING_TAG, __LINE__);
+    };
+    if (!table || !xs || !ys || !vxs || !vys || !parts) {
         // Out of memory: no steering this step, the particles keep their last acceleration.
-        if (table) q4_free(table, STEERING_TAG, __LINE__);
-        if (xs) q4_free(xs, STEERING_TAG, __LINE__);
-        if (ys) q4_free(ys, STEERING_TAG, __LINE__);
-        if (parts) q4_free(parts, STEERING_TAG, __LINE__);
+        release();
         return 0;
     }
     int k = 0;
     for (tagPART* p = s->live_list; p; p = p->next, ++k) {
         xs[k] = p->pos.x;
         ys[k] = p->pos.y;
+        vxs[k] = p->vel.x;
+        vys[k] = p->vel.y;
         parts[k] = p;
     }
 
@@ -319,12 +324,9 @@ int Vesk::calc_vesk() {
     NeighbourGrid grid;
     grid.Build(xs, ys, n);
     for (int i = 0; i < n; ++i) {
-        grid.Nearest(i, m, table, parts);
+        grid.Nearest(i, m, table, vxs, vys);
         calc_accel(table, parts[i]);
     }
-    q4_free(parts, STEERING_TAG, __LINE__);
-    q4_free(ys, STEERING_TAG, __LINE__);
-    q4_free(xs, STEERING_TAG, __LINE__);
-    q4_free(table, STEERING_TAG, __LINE__);
+    release();
     return 1;
 }

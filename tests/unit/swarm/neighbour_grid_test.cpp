@@ -43,7 +43,7 @@ TEST(NeighbourGrid, GivesTheLiteralTableForEveryParticle)
             int seed = 31 + m;
             std::vector<tagPART> parts((size_t)layout.count, tagPART{});
             std::vector<tagPART*> list;
-            std::vector<float> xs, ys;
+            std::vector<float> xs, ys, vxs, vys;
             for (int k = 0; k < layout.count; ++k) {
                 tagPART& p = parts[(size_t)k];
                 p.pos.x = layout.x(k, randQ4(seed));
@@ -53,6 +53,8 @@ TEST(NeighbourGrid, GivesTheLiteralTableForEveryParticle)
                 list.push_back(&p);
                 xs.push_back(p.pos.x);
                 ys.push_back(p.pos.y);
+                vxs.push_back(p.vel.x);
+                vys.push_back(p.vel.y);
             }
             if (layout.count > 3) xs[3] = std::numeric_limits<float>::quiet_NaN();
             if (layout.count > 3) list[3]->pos.x = xs[3];
@@ -61,7 +63,7 @@ TEST(NeighbourGrid, GivesTheLiteralTableForEveryParticle)
             tagF_MATE want[PART_MAX_MATES], got[PART_MAX_MATES];
             for (int i = 0; i < layout.count; ++i) {
                 LiteralNeighbours(list.data(), layout.count, i, m, want);
-                grid.Nearest(i, m, got, list.data());
+                grid.Nearest(i, m, got, vxs.data(), vys.data());
                 ASSERT_EQ(std::memcmp(want, got, sizeof(tagF_MATE) * (size_t)m), 0)
                     << layout.name << ", " << m << " rows, particle " << i;
             }
