@@ -46,9 +46,9 @@ farm-test:
 	@scripts/farm-test.sh $(BUILD)
 
 # The tests that run render bands, conversions, host jobs and the tracked heap on several threads
-# (every --threads count of the render contract included), under the thread
-# sanitizer; a reported race fails the test that raised it. The contact sheet test is left out: it
-# assembles its picture with OpenImageIO's own thread pool, which is not instrumented.
+# (every --threads count of the render contract included), under the thread sanitizer; a reported
+# race fails the test that raised it. The contact sheet test is left out: it assembles its picture
+# with OpenImageIO's own thread pool, which is not instrumented.
 BUILD_TSAN ?= build-tsan
 TSAN_TESTS ?= ^(HeapTest|BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli|RenderContract)\.
 test-tsan: setup
