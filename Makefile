@@ -45,14 +45,15 @@ farm-test:
 	cmake --build $(BUILD) -j$(JOBS) --target vesk sparkhost
 	@scripts/farm-test.sh $(BUILD)
 
-# The tests that run render bands, conversions and host jobs on several threads, under the thread
-# sanitizer; a reported race fails the test that raised it. The contact sheet test is left out: it
-# assembles its picture with OpenImageIO's own thread pool, which is not instrumented.
+# The tests that run render bands, conversions, host jobs and the tracked heap on several threads
+# (every --threads count of the render contract included), under the thread sanitizer; a reported
+# race fails the test that raised it. The contact sheet test is left out: it assembles its picture
+# with OpenImageIO's own thread pool, which is not instrumented.
 BUILD_TSAN ?= build-tsan
-TSAN_TESTS ?= ^(BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli)\.
+TSAN_TESTS ?= ^(HeapTest|BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli|RenderContract)\.
 test-tsan: setup
 	cmake -S . -B $(BUILD_TSAN) -DCMAKE_BUILD_TYPE=Release -DVESK_TSAN=ON -DVESK_BENCH=OFF $(CMAKE_FLAGS)
-	cmake --build $(BUILD_TSAN) -j$(JOBS) --target unit_framework unit_library unit_sparkhost e2e_tests
+	cmake --build $(BUILD_TSAN) -j$(JOBS) --target unit_base unit_framework unit_library unit_sparkhost e2e_tests
 	cd $(BUILD_TSAN) && TSAN_OPTIONS="halt_on_error=1 exitcode=66" ctest --output-on-failure -j$(JOBS) \
 		--timeout 1200 -R '$(TSAN_TESTS)' -E 'ContactSheet'
 

@@ -32,6 +32,22 @@ std::string normaliseName(const std::string& name) {
     return out;
 }
 
+bool sameName(const std::string& name, const std::string& normalised) {
+    size_t at = 0;
+    bool blank = false;
+    for (char c : name) {
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            blank = true;
+            continue;
+        }
+        if (blank && at > 0 && (at >= normalised.size() || normalised[at++] != ' ')) return false;
+        blank = false;
+        const char lower = char(std::tolower(static_cast<unsigned char>(c)));
+        if (at >= normalised.size() || normalised[at++] != lower) return false;
+    }
+    return at == normalised.size();
+}
+
 int editDistance(const std::string& a, const std::string& b) {
     std::vector<int> row(b.size() + 1);
     for (size_t j = 0; j <= b.size(); ++j) row[j] = int(j);

@@ -9,6 +9,9 @@ namespace sparkhost {
 
 // Lower case, runs of blanks collapsed to one, leading and trailing blanks removed.
 std::string normaliseName(const std::string& name);
+// Whether a name normalises to `normalised` (itself already normalised). It builds no copy:
+// looking up every line of a setup compares against every record of the panel.
+bool sameName(const std::string& name, const std::string& normalised);
 
 // Edit distance (insertions, deletions and substitutions of one character each).
 int editDistance(const std::string& a, const std::string& b);

@@ -155,7 +155,7 @@ const Control* Panel::find(ControlKind kind, int number) const {
 const Control* Panel::findRecord(const std::string& record) const {
     std::string wanted = normaliseName(record);
     for (const auto& c : controls_)
-        if (normaliseName(c.record) == wanted) return &c;
+        if (sameName(c.record, wanted)) return &c;
     return nullptr;
 }
 

@@ -52,7 +52,7 @@ const Control* Panel::resolve(const std::string& reference, ControlUse use, cons
         }
         return best;
     };
-    const Control* found = pick([&](const Control& c) { return normaliseName(c.record) == wanted; });
+    const Control* found = pick([&](const Control& c) { return sameName(c.record, wanted); });
     long n;
     if (!found && parseLong(reference, &n))
         found = pick([&](const Control& c) { return c.number == n; });

@@ -88,6 +88,21 @@ TEST(Names, ClosestByEditDistanceFirstListedWinsATie) {
     EXPECT_EQ(closestNames("sped", names, 2), (std::vector<std::string>{"Seed", "Speed"}));
 }
 
+TEST(Names, SameNameComparesAsIfNormalised) {
+    struct Case { const char* name; const char* wanted; bool same; };
+    for (const Case& c : std::vector<Case>{{"  Vesk \t SIZE  ", "vesk size", true},
+                                           {"SparkInt11", "sparkint11", true},
+                                           {"SparkInt1", "sparkint11", false},
+                                           {"SparkInt11", "sparkint1", false},
+                                           {"VeskSize", "vesk size", false},
+                                           {"Vesk Size", "vesksize", false},
+                                           {" \t ", "", true},
+                                           {"x", "", false}}) {
+        EXPECT_EQ(sameName(c.name, c.wanted), c.same) << c.name << " / " << c.wanted;
+        EXPECT_EQ(normaliseName(c.name) == c.wanted, c.same) << c.name << " / " << c.wanted;
+    }
+}
+
 TEST(Labels, FormatsAreFilledOnlyWhenTheyFitTheRecord) {
     EXPECT_EQ(formatLabel("Vesk Size: %d", ControlKind::Int, 300, nullptr), "Vesk Size: 300");
     EXPECT_EQ(formatLabel("Level: %5.1f%%", ControlKind::Float, 12.25, nullptr), "Level:  12.2%");
