@@ -348,6 +348,9 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
         const PixelQ4* colour_row = colours ? colours->rows[Y] : nullptr;
         const int* sum_row = sums + (long long)(Y - oy) * bw - ox;
         for (int X = left; X <= right; ++X) {
+            // No coverage leaves a pixel within the channel range as it is; most of a shape's
+            // box is outside the shape.
+            if (sum_row[X] == 0 && (dst_row[X].r | dst_row[X].g | dst_row[X].b | dst_row[X].a) <= 32767) continue;
             const int a = coverage[sum_row[X]];
             const int cr = colour_row ? colour_row[X].r : own[0];
             const int cg = colour_row ? colour_row[X].g : own[1];
