@@ -47,3 +47,20 @@ TEST_F(RasterOracleTest, RunBasedFillMatchesTheLiteralMaskOnRandomPolygons)
     }
     EXPECT_FALSE(IsClear(layer(0)));
 }
+
+// Blocks without coverage blend to the pixel itself through the clamp: a pixel within the channel
+// range stays, one above it comes out at 32767 (the blend is skipped only for the first kind).
+TEST_F(RasterOracleTest, NoCoverageLeavesInRangePixelsAndClampsOthers)
+{
+    Wire(4, 1);
+    layer(0)->rows[0][0] = PixelQ4(32767, 0, 123, 32767);
+    layer(0)->rows[0][1] = PixelQ4(40000, 5, 6, 7);
+    layer(0)->rows[0][2] = PixelQ4(1, 2, 3, 65535);
+    const int sums[4] = {0, 0, 0, 64};
+    tagPART p = Particle(1000.0f, 2000.0f, 3000.0f);
+    vesk->blend_coverage(0, 0, 4, 1, sums, &p, 0);
+    ExpectPixel(layer(0), 0, 0, 32767, 0, 123, 32767);
+    ExpectPixel(layer(0), 1, 0, 32767, 5, 6, 7);
+    ExpectPixel(layer(0), 2, 0, 1, 2, 3, 32767);
+    ExpectPixel(layer(0), 3, 0, 1000, 2000, 3000, 32767);  // full coverage at density 1
+}
