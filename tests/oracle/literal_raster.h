@@ -1,7 +1,8 @@
 // The polygon fill as first written: the whole supersample coverage mask is allocated, every span
 // is marked into it cell by cell (draw_line, with the mask's wrap into the next row and its
-// dropped last row) and the mask is reduced and blended by draw_ssimage. The oracle of the
-// run-based fill of Vesk::concave_d, in tests and benchmarks.
+// dropped last row), reduced to 8x8 block sums and every pixel of the box blended as premultiplied
+// "over" in wide integers. The oracle of the run-based fill and the lane-wise blend of
+// Vesk::concave_d, in tests and benchmarks.
 #ifndef TESTS_ORACLE_LITERAL_RASTER_H
 #define TESTS_ORACLE_LITERAL_RASTER_H
 
@@ -10,6 +11,35 @@
 
 #include "effect/Raster.h"
 #include "effect/Vesk.h"
+
+inline long long LiteralClamp15(long long v) { return v < 0 ? 0 : (v > 32767 ? 32767 : v); }
+
+// Blocks of w x h mask cells, each a pixel of coverage (its sample count over 64) times the
+// density, laid over the band's layer in the particle's colour or the shape-colour clip's.
+inline void LiteralBlend(Vesk& v, int ox, int oy, int w, int h, const int* mask, tagPART* part, int band)
+{
+    tagPARTSET* s = v.set;
+    const int bw = w / 8, bh = h / 8;
+    if (bw <= 0 || bh <= 0) return;
+    ImageQ4* colours = s->shapes_over_cols ? s->source2 : nullptr;
+    for (int r = 0; r < bh; ++r)
+        for (int c = 0; c < bw; ++c) {
+            const int X = ox + c, Y = oy + r;
+            if (X < 0 || Y < 0 || X >= s->width2 || Y >= s->height2) continue;
+            int sum = 0;
+            for (int dy = 0; dy < 8; ++dy)
+                for (int dx = 0; dx < 8; ++dx) sum += mask[(long long)(8 * r + dy) * w + 8 * c + dx];
+            const long long a = (int)((float)sum * 0.015625f * 32768.0f * s->density), m = 32768 - a;
+            const long long own[3] = {(long long)(int)part->colour[0], (long long)(int)part->colour[1],
+                                      (long long)(int)part->colour[2]};
+            PixelQ4& d = s->work[band]->rows[Y][X];
+            for (int k = 0; k < 3; ++k) {
+                const long long colour = colours ? colours->rows[Y][X].c[k] : own[k];
+                d.c[k] = (unsigned short)LiteralClamp15((colour * a + d.c[k] * m) >> 15);
+            }
+            d.a = (unsigned short)LiteralClamp15((a * 32767 + d.a * m) >> 15);
+        }
+}
 
 inline void LiteralConcave(Vesk& v, int n, tagPOS* pts, tagPART* part, int band)
 {
@@ -57,7 +87,7 @@ inline void LiteralConcave(Vesk& v, int n, tagPOS* pts, tagPART* part, int band)
             b.x += b.dx;
         }
     }
-    v.draw_ssimage(xmin / 8, ymin / 8, w, h, mask.data(), part, band);
+    LiteralBlend(v, xmin / 8, ymin / 8, w, h, mask.data(), part, band);
 }
 
 #endif
