@@ -9,7 +9,7 @@ FrameWriters::FrameWriters(int threads, const std::string& compression, FrameWri
     : compression_(compression),
       write_(write ? std::move(write) : FrameWriteFunction(writeImage)),
       capacity_(size_t(threads < 1 ? 1 : threads) * 2),
-      pool_(capacity_ + size_t(threads < 1 ? 1 : threads)) {  // queued plus being written
+      pool_(capacity_ + size_t(threads < 1 ? 1 : threads)) {  // queued and being written
     for (int i = 0; i < (threads < 1 ? 1 : threads); ++i) threads_.emplace_back([this] { writerLoop(); });
 }
 
@@ -29,6 +29,16 @@ bool FrameWriters::submit(const std::string& path, const FrameBuffer& frame) {
     changed_.wait(lock, [&] { return queue_.size() < capacity_ || !error_.empty(); });
     if (!error_.empty()) return false;
     lock.unlock();  // the copy is made while the writers go on
+    if (frame.width() != width_ || frame.height() != height_ || frame.depthCode() != depth_) {
+        // Every buffer the queue and the writers can hold at once is made now, on the first frame
+        // of a size, rather than whenever the writers happen to fall behind.
+        width_ = frame.width();
+        height_ = frame.height();
+        depth_ = frame.depthCode();
+        std::vector<FrameBuffer> all;
+        for (size_t i = 0; i < capacity_ + threads_.size(); ++i) all.push_back(pool_.take(width_, height_, depth_));
+        for (auto& b : all) pool_.give(std::move(b));
+    }
     FrameBuffer copy = pool_.take(frame.width(), frame.height(), frame.depthCode());
     if (!frame.empty()) std::memcpy(copy.data(), frame.data(), frame.bytes());
     lock.lock();

@@ -58,6 +58,7 @@ private:
     std::string error_;
     double busySeconds_ = 0.0;
     FramePool pool_;  // the queued copies' buffers, reused from frame to frame
+    int width_ = 0, height_ = 0, depth_ = 0;  // of the frames the pool was filled for (submit's thread)
     std::vector<std::thread> threads_;
 };
 

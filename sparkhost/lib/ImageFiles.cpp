@@ -231,7 +231,15 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
     std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
     if (!compression.empty()) spec.attribute("compression", compression);
     if (!out->open(temporary, spec)) return fail(out->geterror());
-    bool ok = out->write_image(pixelType, pixels);
+    // Written in bands of rows: the writers copy, convert and compress the rows of each call in
+    // buffers of their own, and small buffers are reused from the heap where a whole frame's would
+    // be mapped and faulted in afresh for every frame. 64 rows hold whole TIFF strips and EXR blocks.
+    const int band = 64;
+    size_t rowBytes = size_t(w) * 3 * pixelType.size();
+    bool ok = true;
+    for (int y = 0; ok && y < h; y += band)
+        ok = out->write_scanlines(y, std::min(y + band, h), 0, pixelType,
+                                  static_cast<const uint8_t*>(pixels) + size_t(y) * rowBytes);
     std::string why = ok ? "" : out->geterror();
     if (!out->close() && ok) {
         ok = false;

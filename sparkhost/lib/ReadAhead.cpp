@@ -27,14 +27,13 @@ void ReadAhead::prefetch(int frame, int width, int height, int depthCode) {
     std::lock_guard<std::mutex> lock(stateMutex_);
     settle();
     pendingFrame_ = frame;
-    pending_ = std::async(std::launch::async, [this, frame, width, height, depthCode] {
-        std::map<int, Entry> entries;
-        for (int clip = 0; clip < clipCount_; ++clip) {
-            Entry& e = entries[clip];
-            e.frame = pool_.take(width, height, depthCode);
-            e.found = readNow(clip, frame, e.frame, &e.error);
-        }
-        return entries;
+    // The buffers are taken here, not by the reader: the pool then grows to its full size (the
+    // frame being rendered and the next) on the first two frames, whatever the threads' timing.
+    std::map<int, Entry> entries;
+    for (int clip = 0; clip < clipCount_; ++clip) entries[clip].frame = pool_.take(width, height, depthCode);
+    pending_ = std::async(std::launch::async, [this, frame, entries = std::move(entries)]() mutable {
+        for (auto& e : entries) e.second.found = readNow(e.first, frame, e.second.frame, &e.second.error);
+        return std::move(entries);
     });
 }
 
