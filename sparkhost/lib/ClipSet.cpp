@@ -96,8 +96,7 @@ bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
     }
     const SequencePattern& p = pattern->second;
     std::string path = p.path(frame);
-    FrameBuffer loaded;
-    FrameBuffer* image = &loaded;
+    FrameBuffer* image = &loaded_;
     if (!p.isSequence()) {
         auto still = stills_.find(clip);
         if (still != stills_.end() && still->second.depthCode() == destination.depthCode()) {
@@ -118,13 +117,13 @@ bool ClipSet::readTimed(int clip, int frame, FrameBuffer& destination) {
         } else {
             if (!exists(path)) return false;  // a frame outside the sequence shows black
             std::string why;
-            if (!readFile(clip, path, destination.depthCode(), &loaded, &why)) {
+            if (!readFile(clip, path, destination.depthCode(), &loaded_, &why)) {
                 lastError_ = "clip " + std::to_string(clip + 1) + ": " + why;
                 return false;
             }
-            if (kept == kept_.end() && keptBytes_ + loaded.bytes() <= keepBudget_) {
-                keptBytes_ += loaded.bytes();
-                image = &(kept_[{clip, frame}] = loaded);
+            if (kept == kept_.end() && keptBytes_ + loaded_.bytes() <= keepBudget_) {
+                keptBytes_ += loaded_.bytes();
+                image = &(kept_[{clip, frame}] = loaded_);
             }
         }
     }

@@ -60,6 +60,7 @@ private:
     size_t keepBudget_ = 0;
     size_t keptBytes_ = 0;
     FrameBuffer plate_;
+    FrameBuffer loaded_;  // a sequence's file as decoded, kept so that its block serves every frame
     std::string lastError_;
     double readSeconds_ = 0.0;
     Reader reader_;

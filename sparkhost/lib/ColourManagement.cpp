@@ -15,6 +15,7 @@ namespace sparkhost {
 namespace {
 
 const char kRaw[] = "raw";
+const size_t kSpareImages = 4;  // a reader and the writers at once
 
 bool sameText(const std::string& a, const std::string& b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
@@ -43,7 +44,35 @@ struct ColourManagement::Impl {
     std::map<int, std::set<std::string>> clipTransforms;
     std::set<std::string> outputTransforms;
     std::map<int, long long> clipped;
+    std::vector<std::unique_ptr<FloatImage>> spare;  // float images kept for the next frame
     mutable std::mutex mutex;        // the processors and records above; reads and writes overlap
+
+    // A float image whose memory an earlier frame left, so that every frame does not map, fault
+    // in and unmap a block of twelve bytes per pixel again.
+    std::unique_ptr<FloatImage> takeImage() {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (spare.empty()) return std::unique_ptr<FloatImage>(new FloatImage);
+        std::unique_ptr<FloatImage> image = std::move(spare.back());
+        spare.pop_back();
+        return image;
+    }
+    void giveImage(std::unique_ptr<FloatImage> image) {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (spare.size() < kSpareImages) spare.push_back(std::move(image));
+    }
+    // A float image on loan for one read or write.
+    class Loan {
+    public:
+        explicit Loan(Impl& m) : m_(m), image_(m.takeImage()) {}
+        ~Loan() { m_.giveImage(std::move(image_)); }
+        Loan(const Loan&) = delete;
+        Loan& operator=(const Loan&) = delete;
+        FloatImage& operator*() { return *image_; }
+
+    private:
+        Impl& m_;
+        std::unique_ptr<FloatImage> image_;
+    };
 
     // The canonical name of a space, role or "raw"; "" when the config knows no such thing.
     std::string resolve(const std::string& name) const {
@@ -188,7 +217,9 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     Impl& m = *impl_;
     auto explicitSpace = m.inputs.find(clip);
     std::string from = explicitSpace == m.inputs.end() ? "" : explicitSpace->second;
-    FloatImage image;
+    Impl::Loan loan(m);
+    FloatImage& image = *loan;
+    image.floatFile = false;
     bool ok;
     if (m.off)
         ok = readImage(path, depthCode, out, error);
@@ -232,15 +263,22 @@ bool ColourManagement::writeFrame(const std::string& path, const FrameBuffer& fr
         }
         return writeImage(path, frame, error, settings);
     }
-    FloatImage image;
+    Impl::Loan loan(m);
+    FloatImage& image = *loan;
     image.width = frame.width();
     image.height = frame.height();
-    image.rgb.resize(size_t(image.width) * size_t(image.height) * 3);
-    const float full = float(frame.maxValue());
-    size_t i = 0;
-    for (int y = 0; y < image.height; ++y)
-        for (int x = 0; x < image.width; ++x)
-            for (int c = 0; c < 3; ++c) image.rgb[i++] = float(frame.value(x, y, c)) / full;
+    size_t count = size_t(image.width) * size_t(image.height) * 3;
+    image.rgb.resize(count);
+    float* values = image.rgb.data();
+    const uint8_t* bytes = frame.data();
+    // A division, not a product with the reciprocal: the values must stay those of earlier renders.
+    if (isTwelveBit(frame.depthCode())) {
+        using Word = uint16_t __attribute__((__may_alias__));
+        const Word* words = reinterpret_cast<const Word*>(bytes);
+        for (size_t i = 0; i < count; ++i) values[i] = float(unsigned(words[i]) >> 4) / 4095.0f;
+    } else {
+        for (size_t i = 0; i < count; ++i) values[i] = float(bytes[i]) / 255.0f;
+    }
     OIIO::ColorProcessorHandle convert;
     if (!m.processor(m.working, to, &convert, error)) return false;
     if (convert) convert->apply(image.rgb.data(), image.width, image.height, 3, sizeof(float), 3 * sizeof(float),

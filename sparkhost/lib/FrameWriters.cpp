@@ -1,11 +1,15 @@
 #include "sparkhost/lib/FrameWriters.h"
 
 #include <chrono>
+#include <cstring>
 
 namespace sparkhost {
 
 FrameWriters::FrameWriters(int threads, const std::string& compression, FrameWriteFunction write)
-    : compression_(compression), write_(write ? std::move(write) : FrameWriteFunction(writeImage)), capacity_(size_t(threads < 1 ? 1 : threads) * 2) {
+    : compression_(compression),
+      write_(write ? std::move(write) : FrameWriteFunction(writeImage)),
+      capacity_(size_t(threads < 1 ? 1 : threads) * 2),
+      pool_(capacity_ + size_t(threads < 1 ? 1 : threads)) {  // queued and being written
     for (int i = 0; i < (threads < 1 ? 1 : threads); ++i) threads_.emplace_back([this] { writerLoop(); });
 }
 
@@ -20,11 +24,29 @@ FrameWriters::~FrameWriters() {
     for (auto& t : threads_) t.join();
 }
 
-bool FrameWriters::submit(const std::string& path, FrameBuffer frame) {
+bool FrameWriters::submit(const std::string& path, const FrameBuffer& frame) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [&] { return queue_.size() < capacity_ || !error_.empty(); });
     if (!error_.empty()) return false;
-    queue_.push_back({submitted_++, path, std::move(frame)});
+    lock.unlock();  // the copy is made while the writers go on
+    if (frame.width() != width_ || frame.height() != height_ || frame.depthCode() != depth_) {
+        // Every buffer the queue and the writers can hold at once is made now, on the first frame
+        // of a size, rather than whenever the writers happen to fall behind.
+        width_ = frame.width();
+        height_ = frame.height();
+        depth_ = frame.depthCode();
+        std::vector<FrameBuffer> all;
+        for (size_t i = 0; i < capacity_ + threads_.size(); ++i) all.push_back(pool_.take(width_, height_, depth_));
+        for (auto& b : all) pool_.give(std::move(b));
+    }
+    FrameBuffer copy = pool_.take(frame.width(), frame.height(), frame.depthCode());
+    if (!frame.empty()) std::memcpy(copy.data(), frame.data(), frame.bytes());
+    lock.lock();
+    if (!error_.empty()) {
+        pool_.give(std::move(copy));
+        return false;
+    }
+    queue_.push_back({submitted_++, path, std::move(copy)});
     changed_.notify_all();
     return true;
 }
@@ -47,6 +69,11 @@ double FrameWriters::busySeconds() const {
 void FrameWriters::waitForTurn(long sequence) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [&] { return published_ == sequence; });
+}
+
+void FrameWriters::dropQueued() {
+    for (auto& job : queue_) pool_.give(std::move(job.frame));
+    queue_.clear();
 }
 
 void FrameWriters::writerLoop() {
@@ -86,11 +113,12 @@ void FrameWriters::writerLoop() {
         {
             std::lock_guard<std::mutex> lock(mutex_);
             if (!ok && !failedBefore && error_.empty()) error_ = why;
-            if (!error_.empty()) queue_.clear();
+            if (!error_.empty()) dropQueued();
             busySeconds_ += seconds;
             ++published_;
             --busy_;
         }
+        pool_.give(std::move(job.frame));
         changed_.notify_all();
     }
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
+#include "sparkhost/lib/FramePool.h"
 #include "sparkhost/lib/ImageFiles.h"
 
 namespace sparkhost {
@@ -25,9 +26,10 @@ public:
     FrameWriters(const FrameWriters&) = delete;
     FrameWriters& operator=(const FrameWriters&) = delete;
 
-    // Queues a frame, waiting while the queue is full. False once a write has failed: the frames
-    // still queued are dropped and nothing later is written.
-    bool submit(const std::string& path, FrameBuffer frame);
+    // Queues a copy of the frame (the caller's buffer is free again on return), waiting while the
+    // queue is full. False once a write has failed: the frames still queued are dropped and
+    // nothing later is written.
+    bool submit(const std::string& path, const FrameBuffer& frame);
     // Waits until every queued frame is written; false with the first failure's message.
     bool finish(std::string* error);
     // Seconds the writers spent encoding and writing, summed over frames.
@@ -40,6 +42,7 @@ private:
         FrameBuffer frame;
     };
     void writerLoop();
+    void dropQueued();  // after a failure; the lock is held
     void waitForTurn(long sequence);
 
     std::string compression_;
@@ -54,6 +57,8 @@ private:
     bool stopping_ = false;
     std::string error_;
     double busySeconds_ = 0.0;
+    FramePool pool_;  // the queued copies' buffers, reused from frame to frame
+    int width_ = 0, height_ = 0, depth_ = 0;  // of the frames the pool was filled for (submit's thread)
     std::vector<std::thread> threads_;
 };
 

@@ -30,21 +30,25 @@ unsigned to12(unsigned v16) { return (v16 * 4095u + 32767u) / 65535u; }
 // Twelve bits back to sixteen by repeating the top bits, so 4095 becomes 65535 exactly.
 unsigned from12(unsigned v12) { return (v12 << 4) | (v12 >> 8); }
 
-// Host codes from interleaved file pixels of nch channels (16-bit for 12-bit frames, else 8-bit).
-// Grey images fill all three channels; further channels are dropped.
-void fillFrame(const std::vector<uint16_t>& pixels16, const std::vector<uint8_t>& pixels8, int w, int h,
-               int nch, int depthCode, FrameBuffer* out) {
-    bool deep = isTwelveBit(depthCode);
-    out->resize(w, h, depthCode);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            size_t base = (size_t(y) * size_t(w) + size_t(x)) * size_t(nch);
-            for (int c = 0; c < 3; ++c) {
-                size_t src = base + size_t(nch >= 3 ? c : 0);
-                if (deep) out->setRaw(x, y, c, to12(pixels16[src]) << 4);
-                else out->setRaw(x, y, c, pixels8[src]);
-            }
+// Host codes in place: every 16-bit file word of a 12-bit frame becomes its 12-bit value in the
+// word's upper bits. A plain loop the compiler vectorises.
+void wordsTo12(uint8_t* bytes, size_t count) {
+    using Word = uint16_t __attribute__((__may_alias__));
+    Word* words = reinterpret_cast<Word*>(bytes);
+    for (size_t i = 0; i < count; ++i) words[i] = uint16_t(to12(words[i]) << 4);
+}
+
+// Grey files fill all three channels: the first channel of each pixel is copied into the others.
+void spreadGrey(FrameBuffer* out) {
+    size_t pixels = size_t(out->width()) * size_t(out->height());
+    uint8_t* p = out->data();
+    if (isTwelveBit(out->depthCode())) {
+        for (size_t i = 0; i < pixels; ++i, p += 6) {
+            std::memcpy(p + 2, p, 2);
+            std::memcpy(p + 4, p, 2);
         }
+    } else {
+        for (size_t i = 0; i < pixels; ++i, p += 3) p[1] = p[2] = p[0];
     }
 }
 
@@ -120,39 +124,37 @@ bool readOpened(OIIO::ImageInput& in, const std::string& path, int depthCode, Fr
     const OIIO::ImageSpec& spec = in.spec();
     int w = spec.width, h = spec.height, nch = spec.nchannels;
     bool deep = isTwelveBit(depthCode);
-    std::vector<uint16_t> pixels16;
-    std::vector<uint8_t> pixels8;
-    bool ok;
-    if (deep) {
-        pixels16.resize(size_t(w) * size_t(h) * size_t(nch));
-        ok = in.read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT16, pixels16.data());
-    } else {
-        pixels8.resize(size_t(w) * size_t(h) * size_t(nch));
-        ok = in.read_image(0, 0, 0, nch, OIIO::TypeDesc::UINT8, pixels8.data());
-    }
-    if (!ok) {
+    // The file's red, green and blue (or its grey) go straight into the frame's own layout; alpha
+    // and further channels are not read.
+    out->resize(w, h, depthCode);
+    int channels = nch >= 3 ? 3 : 1;
+    if (!in.read_image(0, 0, 0, channels, deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8, out->data(),
+                       out->inc(), out->stride())) {
         if (error) *error = "cannot read image '" + path + "': " + in.geterror();
         return false;
     }
     in.close();
-    fillFrame(pixels16, pixels8, w, h, nch, depthCode, out);
+    if (channels == 1) spreadGrey(out);
+    if (deep) wordsTo12(out->data(), size_t(w) * size_t(h) * 3);
     return true;
 }
 
 bool readOpenedFloat(OIIO::ImageInput& in, const std::string& path, FloatImage* out, std::string* error) {
     const OIIO::ImageSpec& spec = in.spec();
     int w = spec.width, h = spec.height, nch = spec.nchannels;
-    std::vector<float> all(size_t(w) * size_t(h) * size_t(nch));
-    if (!in.read_image(0, 0, 0, nch, OIIO::TypeDesc::FLOAT, all.data())) {
+    size_t pixels = size_t(w) * size_t(h);
+    out->rgb.resize(pixels * 3);
+    int channels = nch >= 3 ? 3 : 1;
+    if (!in.read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, out->rgb.data(), 3 * sizeof(float),
+                       OIIO::stride_t(3 * sizeof(float)) * w)) {
         if (error) *error = "cannot read image '" + path + "': " + in.geterror();
         return false;
     }
+    if (channels == 1)
+        for (size_t i = 0; i < pixels * 3; i += 3) out->rgb[i + 1] = out->rgb[i + 2] = out->rgb[i];
     out->width = w;
     out->height = h;
     out->floatFile = spec.format.is_floating_point();
-    out->rgb.resize(size_t(w) * size_t(h) * 3);
-    for (size_t i = 0, n = size_t(w) * size_t(h); i < n; ++i)
-        for (size_t c = 0; c < 3; ++c) out->rgb[i * 3 + c] = all[i * size_t(nch) + (nch >= 3 ? c : 0)];
     return true;
 }
 
@@ -181,16 +183,12 @@ void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {
     // The same conversion OpenImageIO makes when a float file is read as integers, so a float
     // file taken as it is gives the codes it always gave.
     int w = image.width, h = image.height;
-    std::vector<uint16_t> pixels16;
-    std::vector<uint8_t> pixels8;
     bool deep = isTwelveBit(depthCode);
-    if (deep) pixels16.resize(image.rgb.size());
-    else pixels8.resize(image.rgb.size());
+    out->resize(w, h, depthCode);
     OIIO::convert_image(3, w, h, 1, image.rgb.data(), OIIO::TypeDesc::FLOAT, OIIO::AutoStride, OIIO::AutoStride,
-                        OIIO::AutoStride, deep ? static_cast<void*>(pixels16.data()) : pixels8.data(),
-                        deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8, OIIO::AutoStride,
-                        OIIO::AutoStride, OIIO::AutoStride);
-    fillFrame(pixels16, pixels8, w, h, 3, depthCode, out);
+                        OIIO::AutoStride, out->data(), deep ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::UINT8,
+                        OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride);
+    if (deep) wordsTo12(out->data(), size_t(w) * size_t(h) * 3);
 }
 
 bool canWriteImageType(const std::string& path, std::string* error) {
@@ -233,7 +231,15 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
     std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
     if (!compression.empty()) spec.attribute("compression", compression);
     if (!out->open(temporary, spec)) return fail(out->geterror());
-    bool ok = out->write_image(pixelType, pixels);
+    // Written in bands of rows: the writers copy, convert and compress the rows of each call in
+    // buffers of their own, and small buffers are reused from the heap where a whole frame's would
+    // be mapped and faulted in afresh for every frame. 64 rows hold whole TIFF strips and EXR blocks.
+    const int band = 64;
+    size_t rowBytes = size_t(w) * 3 * pixelType.size();
+    bool ok = true;
+    for (int y = 0; ok && y < h; y += band)
+        ok = out->write_scanlines(y, std::min(y + band, h), 0, pixelType,
+                                  static_cast<const uint8_t*>(pixels) + size_t(y) * rowBytes);
     std::string why = ok ? "" : out->geterror();
     if (!out->close() && ok) {
         ok = false;
@@ -262,27 +268,29 @@ bool writeImage(const std::string& path, const FrameBuffer& frame, std::string* 
     bool deep = isTwelveBit(frame.depthCode());
     OIIO::TypeDesc fileType = fileTypeFor(path, deep);
     int w = frame.width(), h = frame.height();
+    size_t count = size_t(w) * size_t(h) * 3;
+    const uint8_t* bytes = frame.data();
+    using Word = uint16_t __attribute__((__may_alias__));
+    const Word* words = reinterpret_cast<const Word*>(bytes);
+    // Each writer thread keeps its conversion buffer from frame to frame.
+    thread_local std::vector<uint16_t> pixels16;
+    thread_local std::vector<uint8_t> pixels8;
     if (fileType == OIIO::TypeDesc::HALF || (deep && fileType == OIIO::TypeDesc::UINT16)) {
-        std::vector<uint16_t> pixels(size_t(w) * size_t(h) * 3);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < 3; ++c) {
-                    unsigned v = frame.value(x, y, c);
-                    pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
-                        uint16_t(deep ? from12(v) : (v << 8) | v);
-                }
-        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT16, pixels.data(), error, settings);
+        pixels16.resize(count);
+        uint16_t* to = pixels16.data();
+        if (deep)
+            for (size_t i = 0; i < count; ++i) to[i] = uint16_t(from12(unsigned(words[i]) >> 4));
+        else
+            for (size_t i = 0; i < count; ++i) to[i] = uint16_t(bytes[i] * 257u);  // (v << 8) | v
+        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT16, to, error, settings);
     }
-    std::vector<uint8_t> pixels(size_t(w) * size_t(h) * 3);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < 3; ++c) {
-                unsigned v = frame.value(x, y, c);
-                // Deep frames kept in an 8-bit file are rounded to the nearest of 255 steps.
-                pixels[(size_t(y) * size_t(w) + size_t(x)) * 3 + size_t(c)] =
-                    uint8_t(deep ? (v * 255u + 2047u) / 4095u : v);
-            }
-    return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, pixels.data(), error, settings);
+    if (!deep)  // the frame's bytes are already the file's pixels
+        return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, bytes, error, settings);
+    pixels8.resize(count);
+    uint8_t* to = pixels8.data();
+    // Deep frames kept in an 8-bit file are rounded to the nearest of 255 steps.
+    for (size_t i = 0; i < count; ++i) to[i] = uint8_t(((unsigned(words[i]) >> 4) * 255u + 2047u) / 4095u);
+    return writeAtomically(path, w, h, fileType, OIIO::TypeDesc::UINT8, to, error, settings);
 }
 
 bool writeImageFloat(const std::string& path, const FloatImage& image, bool deep, std::string* error,

@@ -9,6 +9,11 @@ ReadAhead::~ReadAhead() {
     if (pending_.valid()) pending_.wait();
 }
 
+void ReadAhead::recycle(std::map<int, Entry>& entries) {
+    for (auto& entry : entries) pool_.give(std::move(entry.second.frame));
+    entries.clear();
+}
+
 bool ReadAhead::readNow(int clip, int frame, FrameBuffer& destination, std::string* error) {
     std::lock_guard<std::mutex> lock(clipsMutex_);
     clips_.clearError();
@@ -22,19 +27,19 @@ void ReadAhead::prefetch(int frame, int width, int height, int depthCode) {
     std::lock_guard<std::mutex> lock(stateMutex_);
     settle();
     pendingFrame_ = frame;
-    pending_ = std::async(std::launch::async, [this, frame, width, height, depthCode] {
-        std::map<int, Entry> entries;
-        for (int clip = 0; clip < clipCount_; ++clip) {
-            Entry& e = entries[clip];
-            e.frame.resize(width, height, depthCode);
-            e.found = readNow(clip, frame, e.frame, &e.error);
-        }
-        return entries;
+    // The buffers are taken here, not by the reader: the pool then grows to its full size (the
+    // frame being rendered and the next) on the first two frames, whatever the threads' timing.
+    std::map<int, Entry> entries;
+    for (int clip = 0; clip < clipCount_; ++clip) entries[clip].frame = pool_.take(width, height, depthCode);
+    pending_ = std::async(std::launch::async, [this, frame, entries = std::move(entries)]() mutable {
+        for (auto& e : entries) e.second.found = readNow(e.first, frame, e.second.frame, &e.second.error);
+        return std::move(entries);
     });
 }
 
 void ReadAhead::settle() {
     if (!pending_.valid()) return;
+    recycle(ready_);  // frames read ahead that nobody asked for
     ready_ = pending_.get();
     readyFrame_ = pendingFrame_;
 }
@@ -53,6 +58,7 @@ bool ReadAhead::read(int clip, int frame, FrameBuffer& destination) {
         error = entry->second.error;
         // Copied into the host's own block, which keeps its address from frame to frame.
         if (found) std::memcpy(destination.data(), entry->second.frame.data(), destination.bytes());
+        pool_.give(std::move(entry->second.frame));
         ready_.erase(entry);  // each frame read ahead is handed out once
     } else {
         found = readNow(clip, frame, destination, &error);

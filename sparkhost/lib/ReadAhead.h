@@ -11,6 +11,7 @@
 #include <string>
 
 #include "sparkhost/lib/ClipSet.h"
+#include "sparkhost/lib/FramePool.h"
 
 namespace sparkhost {
 
@@ -41,11 +42,14 @@ private:
     };
     bool readNow(int clip, int frame, FrameBuffer& destination, std::string* error);
     void settle();  // takes the background read's result, if any
+    void recycle(std::map<int, Entry>& entries);  // their buffers back to the pool
+
 
     ClipSet& clips_;
     int clipCount_;
     std::mutex clipsMutex_;  // ClipSet is not thread-safe
     std::mutex stateMutex_;  // what follows; a plug-in may ask for frames from its jobs
+    FramePool pool_;         // the entries' buffers, the same few blocks from frame to frame
     std::future<std::map<int, Entry>> pending_;
     int pendingFrame_ = 0;
     std::map<int, Entry> ready_;  // clip → its frame readyFrame_
