@@ -21,7 +21,10 @@ ImageQ4* FrameBlockCacheQ4::Take(int w, int h) {
     void* pixels = nullptr;
     {
         std::lock_guard<std::mutex> hold(lock_);
-        for (size_t i = 0; i < idle_.size(); ++i) {
+        // The block given back last first: it is the one most likely to have been written (a
+        // clip the frame did not read leaves its block untouched, its pages never mapped), so
+        // its pages are mapped and warm in the caches.
+        for (size_t i = idle_.size(); i-- > 0;) {
             if (idle_[i].bytes != bytes) continue;
             pixels = idle_[i].pixels;
             idle_.erase(idle_.begin() + (long)i);
