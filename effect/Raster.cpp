@@ -351,6 +351,14 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
     const bool own_in_range = own[0] >= 0 && own[0] <= 32767 && own[1] >= 0 && own[1] <= 32767 &&
                               own[2] >= 0 && own[2] <= 32767;
     const bool lanes = narrow && own_in_range;
+    // Each block sum's coverage in four lanes (full coverage, beyond a lane, marked apart).
+    unsigned long long coverage_lanes[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
+    unsigned long long full_lanes[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
+    for (int k = 0; lanes && k <= RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE; ++k) {
+        const unsigned long long lane = (unsigned long long)(coverage[k] > 32767 ? 32767 : coverage[k]);
+        coverage_lanes[k] = lane | lane << 16 | lane << 32 | lane << 48;
+        full_lanes[k] = coverage[k] == 32768 ? ~0ull : 0ull;
+    }
     const __m128i opaque = _mm_setr_epi16(0, 0, 0, 32767, 0, 0, 0, 32767);
     const __m128i colour_lanes = _mm_setr_epi16(-1, -1, -1, 0, -1, -1, -1, 0);
     const __m128i own_pair = _mm_setr_epi16((short)own[0], (short)own[1], (short)own[2], 32767, (short)own[0],
@@ -399,11 +407,10 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
                 blend_pixel(X + 1);
                 continue;
             }
-            const int a0 = coverage[s0], a1 = coverage[s1];
-            const short l0 = (short)(a0 > 32767 ? 32767 : a0), l1 = (short)(a1 > 32767 ? 32767 : a1);
-            const __m128i a = _mm_setr_epi16(l0, l0, l0, l0, l1, l1, l1, l1);
-            const short f0 = a0 == 32768 ? -1 : 0, f1 = a1 == 32768 ? -1 : 0;
-            const __m128i full = _mm_setr_epi16(f0, f0, f0, f0, f1, f1, f1, f1);
+            const __m128i a = _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(&coverage_lanes[s0])),
+                                                 _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&coverage_lanes[s1])));
+            const __m128i full = _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(&full_lanes[s0])),
+                                                    _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&full_lanes[s1])));
             const __m128i diff = _mm_sub_epi16(c, d);
             const __m128i step = _mm_or_si128(_mm_slli_epi16(_mm_mulhi_epi16(diff, a), 1),
                                               _mm_srli_epi16(_mm_mullo_epi16(diff, a), 15));
