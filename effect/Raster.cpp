@@ -77,6 +77,12 @@ void Vesk::sort_indy(int* ind, int n, int band)
 void Vesk::sort_act(EDGE* active, int n)
 {
     if (n < 1) return;
+    // Edges already in strictly increasing order are never swapped; the usual case, since edges
+    // of a polygon only meet at its vertices. Equal positions are swapped on every pass, so only
+    // the full passes give their order.
+    int j = 0;
+    while (j < n - 1 && active[j].x < active[j + 1].x) ++j;
+    if (j == n - 1) return;
     for (int pass = 0; pass < n; ++pass) {
         for (int j = 0; j < n - 1; ++j) {
             if (active[j].x >= active[j + 1].x) {
@@ -137,24 +143,34 @@ void Vesk::draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, in
 
 namespace {
 
-// Adds the cells idx = first .. last of a w-wide mask of `size` cells as runs per row. Cells
-// outside the mask are skipped; a run that passes the end of a row goes on at the start of the
-// next, as the mask's layout has it. Rows from `rows` on and columns from `cols` on make no
-// whole block and are not kept.
-void add_cells(std::vector<RowRun>& runs, long long first, long long last, int w, long long size,
-               int rows, int cols)
+// Adds `count` cells from cell `col` of mask row `row` (cell index row * w + col) of a w-wide mask
+// of `size` cells as runs per row. Cells outside the mask are skipped; a run that passes the end
+// of a row goes on at the start of the next, as the mask's layout has it. Rows from `rows` on and
+// columns from `cols` on make no whole block and are not kept.
+void add_cells(std::vector<RowRun>& runs, long long row, long long col, long long count, int w,
+               long long size, int rows, int cols)
 {
-    if (first < 0) first = 0;
+    long long first = row * w + col;
+    long long last = first + count - 1;
+    if (first < 0) first = 0, row = 0, col = 0;
     if (last > size - 1) last = size - 1;
+    if (first > last) return;
+    // A column outside the row (rare) is carried into the rows by one division.
+    if (col < 0 || col >= w) {
+        row = first / w;
+        col = first - row * w;
+    }
+    long long row_start = first - col;
     while (first <= last) {
-        const long long row = first / w;
         if (row >= rows) return;
-        const long long row_end = row * w + w - 1;
+        const long long row_end = row_start + w - 1;
         const long long end = last < row_end ? last : row_end;
-        const int a = (int)(first - row * w);
-        const int b = (int)(end - row * w) < cols - 1 ? (int)(end - row * w) : cols - 1;
+        const int a = (int)(first - row_start);
+        const int b = (int)(end - row_start) < cols - 1 ? (int)(end - row_start) : cols - 1;
         if (a <= b) runs.push_back(RowRun{(int)row, a, b});
         first = end + 1;
+        row += 1;
+        row_start += w;
     }
 }
 
@@ -278,11 +294,9 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
             EDGE& b = slot.active[e + 1];
             const int xl = (int)std::ceil(a.x - 0.5);
             const int xr = (int)std::floor(b.x - 0.5);
-            if (xl <= xr) {
-                const long long first = (long long)(y - ymin) * w + (xl - xmin);
-                add_cells(scratch.runs, first, first + (xr - xl), w, size, RASTER_SUPERSAMPLE * bh,
-                          RASTER_SUPERSAMPLE * bw);
-            }
+            if (xl <= xr)
+                add_cells(scratch.runs, y - ymin, (long long)xl - xmin, (long long)xr - xl + 1, w, size,
+                          RASTER_SUPERSAMPLE * bh, RASTER_SUPERSAMPLE * bw);
             a.x += a.dx;
             b.x += b.dx;
         }

@@ -157,3 +157,23 @@ TEST_F(RasterTest, BlendIsPremultipliedOverWithDensityAndClamps)
     ExpectPixel(layer(), 2, 3, 2000, 300, 777, 32767);
     ExpectPixel(layer(), 5, 4, 5000, 400, 777, 32767);
 }
+
+// The active edges are sorted by n passes that swap neighbours whose x is equal or greater, so
+// equal positions trade places on every pass: with two equal edges, an even count of passes (n
+// edges) leaves them as they came, an odd count swaps them. Ordered edges stay as they are.
+TEST_F(RasterTest, ActiveEdgeSortSwapsEqualPositionsOnEveryPass)
+{
+    auto order = [&](std::vector<double> xs) {
+        std::vector<EDGE> edges;
+        for (size_t k = 0; k < xs.size(); ++k) edges.push_back(EDGE{xs[k], 0.0, (int)k});
+        vesk->sort_act(edges.data(), (int)edges.size());
+        std::vector<int> ids;
+        for (const EDGE& e : edges) ids.push_back(e.i);
+        return ids;
+    };
+    EXPECT_EQ(order({1.0, 2.0, 3.0, 4.0}), (std::vector<int>{0, 1, 2, 3}));
+    EXPECT_EQ(order({4.0, 3.0, 2.0, 1.0}), (std::vector<int>{3, 2, 1, 0}));
+    EXPECT_EQ(order({5.0, 5.0}), (std::vector<int>{0, 1}));        // two passes: swapped twice
+    EXPECT_EQ(order({5.0, 5.0, 9.0}), (std::vector<int>{1, 0, 2}));  // three passes
+    EXPECT_EQ(order({1.0, 5.0, 5.0, 9.0}), (std::vector<int>{0, 1, 2, 3}));
+}
