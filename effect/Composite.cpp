@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "Library/Q4Image.h"
+#include "effect/PartRender.h"
 #include "effect/Particles.h"
 #include "effect/Vesk.h"
 
@@ -99,8 +100,7 @@ void Vesk::mp_Composite(int start, int end)
     tagPARTSET* s = set;
     if (!s || !s->result) return;
     ImageQ4* out = s->result;
-    int layers_in_use = bands < 1 ? 1 : bands;
-    if (layers_in_use > PART_MAX_BANDS) layers_in_use = PART_MAX_BANDS;
+    const int layers_in_use = part_layers_in_use(bands);
     const int width = out->width;
     for (int y = start; y <= end; ++y) {
         // The layers present, in chunk order, and the columns each may have drawn in this row:

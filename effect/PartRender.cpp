@@ -80,23 +80,19 @@ void Vesk::part_render(tagPARTSET* s, tagPART* p, int y0, int y1, int band)
     }
 }
 
-namespace {
-
-int layer_count(int bands)
+int part_layers_in_use(int bands)
 {
     if (bands < 1) return 1;
     if (bands > PART_MAX_BANDS) return PART_MAX_BANDS;
     return bands;
 }
 
-}  // namespace
-
 void Vesk::mp_PartRender(int start, int end)
 {
     tagPARTSET* s = set;
     if (!s || !s->live_list || s->live_count == 0) return;
     if (end < start) return;  // an empty band: the frame has fewer rows than there are jobs
-    const int layers = layer_count(bands);
+    const int layers = part_layers_in_use(bands);
 
     auto render_chunk = [&](int band) {
         if (band >= RASTER_SCAN_SLOTS - 1 || !s->work[band]) return;

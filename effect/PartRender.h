@@ -9,6 +9,9 @@ struct tagPARTSET;
 // set renders in a single band (per-particle clip time).
 int part_render_layers(const tagPARTSET* s, int raw_cpu_count);
 
+// The layers a render and composite pass use for the effect's band count: 1 .. 4.
+int part_layers_in_use(int bands);
+
 // Fills the set's chunk heads for `layers` layers: head 0 is the live-list head, heads
 // 1 .. clear_count are cleared, then with per = live_count / layers the first chunk takes per
 // particles and every further chunk per + 1 (the last one the rest). With per = 0 every particle

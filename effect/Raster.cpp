@@ -80,9 +80,9 @@ void Vesk::sort_act(EDGE* active, int n)
     // Edges already in strictly increasing order are never swapped; the usual case, since edges
     // of a polygon only meet at its vertices. Equal positions are swapped on every pass, so only
     // the full passes give their order.
-    int j = 0;
-    while (j < n - 1 && active[j].x < active[j + 1].x) ++j;
-    if (j == n - 1) return;
+    int ordered = 0;
+    while (ordered < n - 1 && active[ordered].x < active[ordered + 1].x) ++ordered;
+    if (ordered == n - 1) return;
     for (int pass = 0; pass < n; ++pass) {
         for (int j = 0; j < n - 1; ++j) {
             if (active[j].x >= active[j + 1].x) {
