@@ -76,7 +76,9 @@ void NeighbourGrid::Build(const float* xs, const float* ys, int n) {
 }
 
 void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, const float* vys) const {
-    // The best candidates so far, ascending by (distance, list index).
+    // The best candidates so far, ascending by (distance, list index). The table depends only on
+    // that order, not on the order candidates are met in, so cells may be read in any order and
+    // reading a cell that holds no better candidate changes nothing.
     float bd[PART_MAX_MATES];
     int bi[PART_MAX_MATES];
     int count = 0;
@@ -85,15 +87,20 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, co
     if (home >= 0 && m > 0) {
         const float px = xs_[i], py = ys_[i];
         const int cx = home % gx_, cy = home / gx_;
-        double far2 = 0.0;  // a little above the square of the farthest kept distance
-        auto consider = [&](size_t k) {
-            const int j = order_[k];
-            if (j == i) return;
-            const float dx = px - cell_xs_[k];
-            const float dy = py - cell_ys_[k];
+        // A little above the square of the farthest kept distance: a squared distance beyond it
+        // has a root that cannot tie with the farthest.
+        double far2 = std::numeric_limits<double>::infinity();
+        // The square of the distance beyond which a cell holds no point that could replace the
+        // farthest kept candidate: (gap - slack) * (1 - 1e-6) > farthest.
+        double reach2 = far2;
+        // Inlined: it runs for every candidate, and a call costs as much as its usual work.
+        auto consider = [&](int k) __attribute__((always_inline)) {
+            const float dx = px - cell_xs_[(size_t)k];
+            const float dy = py - cell_ys_[(size_t)k];
             const float d2 = dx * dx + dy * dy;
-            // Well beyond the farthest kept candidate: its root cannot tie with it.
-            if (count == m && (double)d2 > far2) return;
+            if ((double)d2 > far2) return;
+            const int j = order_[(size_t)k];
+            if (j == i) return;
             const float d = std::sqrt(d2);
             if (!(d < EMPTY_MATE_DISTANCE)) return;
             int at = count;
@@ -110,34 +117,51 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, co
             }
             bd[at] = d;
             bi[at] = j;
-            if (count == m) far2 = (double)bd[m - 1] * (double)bd[m - 1] * (1.0 + 1e-6);
+            if (count == m) {
+                far2 = (double)bd[m - 1] * (double)bd[m - 1] * (1.0 + 1e-6);
+                const double reach = (double)bd[m - 1] / (1.0 - 1e-6) + slack_;
+                reach2 = reach * reach;
+            }
+        };
+        // Cells xa .. xb of row y lie side by side in the cell order: one sweep reads them all.
+        auto sweep = [&](int y, int xa, int xb) __attribute__((always_inline)) {
+            const int end = cell_start_[(size_t)(y * gx_ + xb + 1)];
+            for (int k = cell_start_[(size_t)(y * gx_ + xa)]; k < end; ++k) consider(k);
+        };
+        // Distance from the point to the band of cell column x (row y), zero inside it.
+        auto gap_x = [&](int x) {
+            const double left = (minx_ + x * cw_) - px, right = px - (minx_ + (x + 1) * cw_);
+            return left > 0.0 ? left : (right > 0.0 ? right : 0.0);
+        };
+        auto gap_y = [&](int y) {
+            const double top = (miny_ + y * ch_) - py, bottom = py - (miny_ + (y + 1) * ch_);
+            return top > 0.0 ? top : (bottom > 0.0 ? bottom : 0.0);
+        };
+        // Whether a cell at these gaps holds no point that could replace the farthest kept
+        // candidate (never while fewer than m are kept).
+        auto out_of_reach = [&](double ex, double ey) { return ex * ex + ey * ey > reach2; };
+        // Cells xa .. xb of row y, less those at either end out of reach.
+        auto sweep_row = [&](int y, int xa, int xb) {
+            const double ey = gap_y(y);
+            while (xa <= xb && out_of_reach(gap_x(xa), ey)) ++xa;
+            while (xb >= xa && out_of_reach(gap_x(xb), ey)) --xb;
+            if (xa <= xb) sweep(y, xa, xb);
         };
         const double inf = std::numeric_limits<double>::infinity();
-        for (int r = 0;; ++r) {
+        // The block of 3 x 3 cells around the home cell first, row by row, then ring after ring.
+        for (int r = 1;; ++r) {
             const int x0 = cx - r, x1 = cx + r, y0 = cy - r, y1 = cy + r;
-            for (int y = clampi(y0, 0, gy_ - 1); y <= clampi(y1, 0, gy_ - 1); ++y) {
-                const bool edge_row = y == y0 || y == y1;
-                for (int x = clampi(x0, 0, gx_ - 1); x <= clampi(x1, 0, gx_ - 1); ++x) {
-                    // Only the ring at distance r; the inside was searched before.
-                    if (!edge_row && x != x0 && x != x1) {
-                        x = x1 - 1;
-                        continue;
-                    }
-                    const int c = y * gx_ + x;
-                    if (cell_start_[(size_t)c] == cell_start_[(size_t)c + 1]) continue;
-                    if (count == m && r > 0) {
-                        // A cell whose nearest point lies beyond the farthest kept candidate
-                        // holds none that could replace it (the same margins as the ring bound).
-                        const double left = (minx_ + x * cw_) - px, right = px - (minx_ + (x + 1) * cw_);
-                        const double top = (miny_ + y * ch_) - py, bottom = py - (miny_ + (y + 1) * ch_);
-                        const double ex = left > 0.0 ? left : (right > 0.0 ? right : 0.0);
-                        const double ey = top > 0.0 ? top : (bottom > 0.0 ? bottom : 0.0);
-                        // (gap - slack) * (1 - 1e-6) > farthest, squared: both sides are positive.
-                        const double reach = (double)bd[m - 1] / (1.0 - 1e-6) + slack_;
-                        if (ex * ex + ey * ey > reach * reach) continue;
-                    }
-                    for (int k = cell_start_[(size_t)c]; k < cell_start_[(size_t)c + 1]; ++k)
-                        consider((size_t)k);
+            const int xa = clampi(x0, 0, gx_ - 1), xb = clampi(x1, 0, gx_ - 1);
+            if (r == 1) {
+                for (int y = clampi(y0, 0, gy_ - 1); y <= clampi(y1, 0, gy_ - 1); ++y) sweep(y, xa, xb);
+            } else {
+                // Only the ring at distance r; the inside was searched before.
+                if (y0 >= 0) sweep_row(y0, xa, xb);
+                if (y1 < gy_) sweep_row(y1, xa, xb);
+                for (int y = clampi(y0 + 1, 0, gy_ - 1); y <= clampi(y1 - 1, 0, gy_ - 1); ++y) {
+                    const double ey = gap_y(y);
+                    if (x0 >= 0 && !out_of_reach(gap_x(x0), ey)) sweep(y, x0, x0);
+                    if (x1 < gx_ && !out_of_reach(gap_x(x1), ey)) sweep(y, x1, x1);
                 }
             }
             if (x0 <= 0 && y0 <= 0 && x1 >= gx_ - 1 && y1 >= gy_ - 1) break;
