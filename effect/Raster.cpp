@@ -8,11 +8,13 @@
 // setups render the same pixels.
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "Library/Q4Image.h"
 #include "base/q4_heap.h"
+#include "effect/BlockSums.h"
 #include "effect/Particles.h"
 #include "effect/Raster.h"
 #include "effect/Vesk.h"
@@ -32,6 +34,57 @@ int clamp15(long long v)
 // line; edges are found through the vertex before and after each vertex crossed.
 int prev_vertex(int i, int n) { return i == 0 ? n - 1 : i - 1; }
 int next_vertex(int i, int n) { return i == n - 1 ? 0 : i + 1; }
+
+// Scan-converts the polygon of the band's slot (vertices supersampled, `ind` sorted by y) from
+// row ymin to ymax, calling visit(mask row, first column from xmin, cell count) for each span.
+// Stops at the first visit that returns false and returns false; can be run again from the start.
+template <typename Visit>
+bool scan_spans(Vesk& v, int band, const int* ind, int xmin, int ymin, int ymax, Visit visit)
+{
+    Vesk::ScanSlot& slot = v.scan_slots[band];
+    const int n = slot.n;
+    const tagPOS* pts = slot.pt;
+    slot.nact = 0;
+    int k = 0;
+    // The height of the next vertex to cross (never reached once all are crossed).
+    double next_y = (double)pts[ind[0]].y;
+    for (int y = ymin; y <= ymax; ++y) {
+        const double sample = (double)y + 0.5;
+        // Vertices crossed since the previous sample height: their edges enter or leave. An edge
+        // whose two ends both lie within the half-open interval around the sample is neither
+        // added nor removed.
+        while (next_y <= sample) {
+            const int i = ind[k];
+            int j = prev_vertex(i, n);
+            if ((double)pts[j].y <= (double)y - 0.5) {
+                v.rem_edge(j, band);
+            } else if ((double)pts[j].y > sample) {
+                v.add_edge(j, y, band);
+            }
+            j = next_vertex(i, n);
+            if ((double)pts[j].y <= (double)y - 0.5) {
+                v.rem_edge(i, band);
+            } else if ((double)pts[j].y > sample) {
+                v.add_edge(i, y, band);
+            }
+            k += 1;
+            next_y = k < n ? (double)pts[ind[k]].y : HUGE_VAL;
+        }
+        v.sort_act(slot.active, slot.nact);
+        // Spans between pairs of active edges; an unpaired last edge (never seen with a closed
+        // polygon) is left alone rather than paired with stale memory.
+        for (int e = 0; e + 1 < slot.nact; e += 2) {
+            EDGE& a = slot.active[e];
+            EDGE& b = slot.active[e + 1];
+            const int xl = (int)std::ceil(a.x - 0.5);
+            const int xr = (int)std::floor(b.x - 0.5);
+            if (xl <= xr && !visit(y - ymin, (long long)xl - xmin, (long long)xr - xl + 1)) return false;
+            a.x += a.dx;
+            b.x += b.dx;
+        }
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -141,96 +194,11 @@ void Vesk::draw_line(int y, int xl, int xr, int xmin, int ymin, int w, int h, in
     for (long long idx = first; idx <= last; ++idx) mask[idx] = 1;
 }
 
-namespace {
-
-// Adds `count` cells from cell `col` of mask row `row` (cell index row * w + col) of a w-wide mask
-// of `size` cells as runs per row. Cells outside the mask are skipped; a run that passes the end
-// of a row goes on at the start of the next, as the mask's layout has it. Rows from `rows` on and
-// columns from `cols` on make no whole block and are not kept.
-void add_cells(std::vector<RowRun>& runs, long long row, long long col, long long count, int w,
-               long long size, int rows, int cols)
-{
-    long long first = row * w + col;
-    long long last = first + count - 1;
-    if (first < 0) first = 0, row = 0, col = 0;
-    if (last > size - 1) last = size - 1;
-    if (first > last) return;
-    // A column outside the row (rare) is carried into the rows by one division.
-    if (col < 0 || col >= w) {
-        row = first / w;
-        col = first - row * w;
-    }
-    long long row_start = first - col;
-    while (first <= last) {
-        if (row >= rows) return;
-        const long long row_end = row_start + w - 1;
-        const long long end = last < row_end ? last : row_end;
-        const int a = (int)(first - row_start);
-        const int b = (int)(end - row_start) < cols - 1 ? (int)(end - row_start) : cols - 1;
-        if (a <= b) runs.push_back(RowRun{(int)row, a, b});
-        first = end + 1;
-        row += 1;
-        row_start += w;
-    }
-}
-
-// The 8x8 block sums of the cells the runs set; a cell set twice counts once. `steps` holds
-// bh x (bw + 1) zeros on entry: the whole blocks a run crosses are counted there as a step of 8
-// up and down along the block row, and summed across once per block row at the end.
-void sum_blocks(std::vector<RowRun>& runs, int bw, int bh, int* sums, int* steps)
-{
-    const int S = RASTER_SUPERSAMPLE;
-    // Runs arrive in scan-line order; only a span reaching back across a row start breaks it.
-    for (size_t i = 1; i < runs.size(); ++i) {
-        const RowRun r = runs[i];
-        size_t j = i;
-        while (j > 0 && (runs[j - 1].row > r.row || (runs[j - 1].row == r.row && runs[j - 1].first > r.first))) {
-            runs[j] = runs[j - 1];
-            --j;
-        }
-        runs[j] = r;
-    }
-    int row = -1, covered = -1;
-    for (const RowRun& r : runs) {
-        if (r.row != row) {
-            row = r.row;
-            covered = -1;
-        }
-        const int a = r.first > covered + 1 ? r.first : covered + 1;
-        const int b = r.last;
-        if (b > covered) covered = b;
-        if (a > b) continue;
-        int* block_row = sums + (long long)(row / S) * bw;
-        const int ca = a / S, cb = b / S;
-        if (ca == cb) {
-            block_row[ca] += b - a + 1;
-            continue;
-        }
-        block_row[ca] += (ca + 1) * S - a;
-        block_row[cb] += b - cb * S + 1;
-        if (cb > ca + 1) {
-            int* step_row = steps + (long long)(row / S) * (bw + 1);
-            step_row[ca + 1] += S;
-            step_row[cb] -= S;
-        }
-    }
-    for (int br = 0; br < bh; ++br) {
-        int* block_row = sums + (long long)br * bw;
-        const int* step_row = steps + (long long)br * (bw + 1);
-        int level = 0;
-        for (int c = 0; c < bw; ++c) {
-            level += step_row[c];
-            block_row[c] += level;
-        }
-    }
-}
-
-}  // namespace
-
-// The coverage mask is never laid out in full: each span becomes a run of cells per mask row
-// (with the row layout's wrap and drop) and the runs are counted straight into the 8x8 block
-// sums. The cells counted are exactly those the mask would hold, so every pixel gets the same
-// coverage; the working memory is the scan slot's own, kept between polygons.
+// The coverage mask is never laid out in full: the spans are counted straight into the 8x8 block
+// sums as the scan makes them (with the row layout's wrap and drop), falling back to runs sorted
+// per mask row in the rare polygon whose spans leave that order. The cells counted are exactly
+// those the mask would hold, so every pixel gets the same coverage; the working memory is the
+// scan slot's own, kept between polygons.
 void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
 {
     ScanSlot& slot = scan_slots[band];
@@ -262,53 +230,30 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
     slot.nact = 0;
     if (bw <= 0 || bh <= 0) return;
     const long long size = (long long)w * h;
-    scratch.runs.clear();
-
-    int k = 0;
-    for (int y = ymin; y <= ymax; ++y) {
-        const double sample = (double)y + 0.5;
-        // Vertices crossed since the previous sample height: their edges enter or leave. An edge
-        // whose two ends both lie within the half-open interval around the sample is neither
-        // added nor removed.
-        while (k < n && (double)pts[ind[k]].y <= sample) {
-            const int i = ind[k];
-            int j = prev_vertex(i, n);
-            if ((double)pts[j].y <= (double)y - 0.5) {
-                rem_edge(j, band);
-            } else if ((double)pts[j].y > sample) {
-                add_edge(j, y, band);
-            }
-            j = next_vertex(i, n);
-            if ((double)pts[j].y <= (double)y - 0.5) {
-                rem_edge(i, band);
-            } else if ((double)pts[j].y > sample) {
-                add_edge(i, y, band);
-            }
-            k += 1;
-        }
-        sort_act(slot.active, slot.nact);
-        // Spans between pairs of active edges; an unpaired last edge (never seen with a closed
-        // polygon) is left alone rather than paired with stale memory.
-        for (int e = 0; e + 1 < slot.nact; e += 2) {
-            EDGE& a = slot.active[e];
-            EDGE& b = slot.active[e + 1];
-            const int xl = (int)std::ceil(a.x - 0.5);
-            const int xr = (int)std::floor(b.x - 0.5);
-            if (xl <= xr)
-                add_cells(scratch.runs, y - ymin, (long long)xl - xmin, (long long)xr - xl + 1, w, size,
-                          RASTER_SUPERSAMPLE * bh, RASTER_SUPERSAMPLE * bw);
-            a.x += a.dx;
-            b.x += b.dx;
-        }
-    }
-
     scratch.sums.assign((size_t)bw * (size_t)bh, 0);
     scratch.steps.assign((size_t)(bw + 1) * (size_t)bh, 0);
-    sum_blocks(scratch.runs, bw, bh, scratch.sums.data(), scratch.steps.data());
+    int* sums = scratch.sums.data();
+    int* steps = scratch.steps.data();
+    BlockCounter counter(w, bw, bh, sums, steps);
+    if (scan_spans(*this, band, ind, xmin, ymin, ymax,
+                   [&](int row, long long col, long long count) { return counter.Add(row, col, count); })) {
+        counter.Finish();
+    } else {
+        // A span out of the usual order (rounding in an edge position): every span again, as runs.
+        scratch.general_path += 1;
+        std::fill(scratch.sums.begin(), scratch.sums.end(), 0);
+        std::fill(scratch.steps.begin(), scratch.steps.end(), 0);
+        scratch.runs.clear();
+        scan_spans(*this, band, ind, xmin, ymin, ymax, [&](int row, long long col, long long count) {
+            AddMaskCells(scratch.runs, row, col, count, w, size, RASTER_SUPERSAMPLE * bh,
+                         RASTER_SUPERSAMPLE * bw);
+            return true;
+        });
+        SumMaskBlocks(scratch.runs, bw, bh, sums, steps);
+    }
     // Integer division truncates toward zero, so a polygon at negative coordinates lands one
     // pixel right or down of where floor rounding would put it; kept for the same pixels.
-    blend_coverage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, bw, bh,
-                   scratch.sums.data(), part, band);
+    blend_coverage(xmin / RASTER_SUPERSAMPLE, ymin / RASTER_SUPERSAMPLE, bw, bh, sums, part, band);
 }
 
 void Vesk::draw_ssimage(int ox, int oy, int w, int h, int* mask, tagPART* part, int band)

@@ -38,7 +38,8 @@ struct RowRun {
 struct RasterScratch {
     std::vector<int> ind;      // vertex indices, sorted by x then by y
     std::vector<EDGE> active;  // active edge list
-    std::vector<RowRun> runs;  // set cells of the mask, by row
+    std::vector<RowRun> runs;  // set cells of the mask, by row (the general path)
+    long general_path = 0;     // polygons counted through it, for the tests and the benchmark
     std::vector<int> sums;     // 8x8 block sums
     std::vector<int> steps;    // whole blocks crossed, as steps along each block row
 };

@@ -48,6 +48,31 @@ TEST_F(RasterOracleTest, RunBasedFillMatchesTheLiteralMaskOnRandomPolygons)
     EXPECT_FALSE(IsClear(layer(0)));
 }
 
+// Vertices a hair off the middle of a sample, found by search: an edge position rounded on its
+// way down puts a span out of the usual order, and the polygon is counted through the general
+// path. The pixels must not show it.
+TEST_F(RasterOracleTest, PolygonsOutOfTheUsualSpanOrderMatchTheLiteralMask)
+{
+    Wire(41, 29);
+    const std::vector<std::vector<tagPOS>> polygons = {
+        {{44.1875f, -2.68749905f, 0}, {2.81250024f, -0.0624996983f, 0}, {15.687499f, -28.8125095f, 0}},
+        {{36.8124886f, 12.3125f, 0}, {4.68750048f, 30.6875992f, 0}, {3.81250024f, 0.812500298f, 0}, {23.8125f, -8.8125f, 0}},
+        {{11.437499f, 6.18750048f, 0}, {-18.3124905f, 2.81248999f, 0}, {-2.81251001f, -11.8125f, 0}},
+        {{28.6875f, 6.31249905f, 0}, {25.1875f, 29.8124905f, 0}, {6.43760014f, 18.4375f, 0},
+         {-4.93749952f, -1.06249964f, 0}, {18.6875095f, -13.437501f, 0}, {29.5625f, -8.4375f, 0}},
+    };
+    for (size_t k = 0; k < polygons.size(); ++k) {
+        tagPART p = Particle(31000.0f, 12000.0f, 700.0f);
+        std::vector<tagPOS> a = polygons[k], b = polygons[k];
+        const long general = vesk->raster_scratch[0].general_path;
+        vesk->concave_d((int)a.size(), a.data(), &p, 0);
+        LiteralConcave(*vesk, (int)b.size(), b.data(), &p, 1);
+        EXPECT_EQ(vesk->raster_scratch[0].general_path, general + 1) << "polygon " << k;
+        ASSERT_EQ(std::memcmp(layer(0)->pixels, layer(1)->pixels, 41 * 29 * sizeof(PixelQ4)), 0) << "polygon " << k;
+    }
+    EXPECT_FALSE(IsClear(layer(0)));
+}
+
 // Blocks without coverage blend to the pixel itself through the clamp: a pixel within the channel
 // range stays, one above it comes out at 32767 (the blend is skipped only for the first kind).
 TEST_F(RasterOracleTest, NoCoverageLeavesInRangePixelsAndClampsOthers)
