@@ -9,6 +9,7 @@
 // could leave that range is done again in wide integers, so the bytes never depend on the path.
 #include <emmintrin.h>
 
+#include <cstring>
 #include <utility>
 
 #include "Library/Q4Image.h"
@@ -102,7 +103,11 @@ void Vesk::mp_Composite(int start, int end)
     ImageQ4* out = s->result;
     const int layers_in_use = part_layers_in_use(bands);
     const int width = out->width;
+    // The frame's background copy and its matte, when they wait for this pass.
+    const ImageQ4* background = background_pending ? s->source1 : nullptr;
+    const bool take_matte = background && matte_pending;
     for (int y = start; y <= end; ++y) {
+        if (background) std::memcpy(out->rows[y], background->rows[y], (size_t)width * sizeof(PixelQ4));
         // The layers present, in chunk order, and the columns each may have drawn in this row:
         // the frame driver's own layers know theirs, any other layer is read whole.
         const PixelQ4* rows[PART_MAX_BANDS];
@@ -134,6 +139,12 @@ void Vesk::mp_Composite(int start, int end)
             const PixelQ4* span_rows[PART_MAX_BANDS];
             for (int i = 0; i < count; ++i) span_rows[i] = (first[i] <= x0 && x1 - 1 <= last[i]) ? rows[i] : nullptr;
             composite_span(row, span_rows, count, x0, x1);
+        }
+        // Every channel composites on its own, so the matte copied over the alpha afterwards is
+        // the same as copied at the frame's end.
+        if (take_matte) {
+            const PixelQ4* matte = background->rows[y];
+            for (int x = 0; x < width; ++x) row[x].a = matte[x].a;
         }
     }
 }

@@ -161,6 +161,11 @@ void Vesk::part_render_state(tagPARTSET* s) {
         texture_sums.ready = false;
     }
     MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_Composite), s->height);
+    if (background_pending) {
+        background_pending = false;
+        matte_taken = matte_pending;
+        matte_pending = false;
+    }
     in_parallel = 0;
 }
 

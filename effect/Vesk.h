@@ -197,6 +197,13 @@ public:
     void part_render(struct tagPARTSET* s, struct tagPART* p, int y0, int y1, int band);
     void mp_PartRender(int start, int end);
     void mp_Composite(int start, int end);
+    // The background copy of the frame (and the copy of its matte at the frame's end) waits for
+    // the composite, which copies each row just before laying the layers over it and takes the
+    // matte just after, while the row is in cache: two passes over the frame fewer. A frame
+    // without a composite makes both copies at the end of its step, in the usual order.
+    bool background_pending = false;  // the result still has to receive the background
+    bool matte_pending = false;       // ... and then the background's matte
+    bool matte_taken = false;         // the composite took the matte with the background
     // ==== end rendering ====
 
     // ==== overlay ====

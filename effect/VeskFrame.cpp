@@ -189,8 +189,13 @@ void Vesk::ProcessFrame() {
     prepare_layers(frame_w, frame_h);
     for (int i = 0; i < 4; ++i) s->work[i] = layers[i];
 
-    // 6. The swarm is drawn over the background clip.
-    if (s->source1) out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
+    // 6. The swarm is drawn over the background clip. Nothing reads the result before the
+    // composite, which makes the copy row by row (or step 12 makes it, without a composite).
+    background_pending = s->source1 != nullptr && s->source1->width == out->width &&
+                         s->source1->height == out->height;
+    matte_pending = background_pending && !second_flag;
+    matte_taken = false;
+    if (s->source1 && !background_pending) out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
 
     // 7. Controls into the set.
     part_info_from_spark(s);
@@ -259,5 +264,10 @@ void Vesk::ProcessFrame() {
     scratch_a = scratch_b = nullptr;
 
     // 12. The output keeps the background's matte.
-    if (!second_flag && s->source1) out->CopyAlpha(s->source1);
+    if (background_pending) {
+        out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
+        background_pending = false;
+    }
+    if (!second_flag && s->source1 && !matte_taken) out->CopyAlpha(s->source1);
+    matte_pending = matte_taken = false;
 }

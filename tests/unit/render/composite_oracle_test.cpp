@@ -1,7 +1,8 @@
 // The composite over drawn spans in 16-bit lanes against the literal composite that reads every
 // pixel of every layer in wide integers, on random layers: rectangles drawn at random places
 // (so rows are cut at several columns), premultiplied colour and colour above alpha, alpha above
-// 32767 (a negative complement), bases up to 65535, absent layers, odd widths.
+// 32767 (a negative complement), bases up to 65535, absent layers, odd widths; with the
+// background copied and its matte taken inside the pass.
 #include <cstring>
 
 #include "framework/RandomQ4.h"
@@ -16,7 +17,7 @@ TEST_F(CompositeOracleTest, DrawnSpansMatchTheLiteralCompositeOnRandomLayers)
     Wire(w, h);
     int seed = 777;
     auto draw = [&](int range) { return randQ4(seed) % range; };
-    ImageQ4 expected(w, h);
+    ImageQ4 expected(w, h), background(w, h);
     // The layers stay the test's: the effect would give its own back to its block cache.
     struct Unhook {
         Vesk* v;
@@ -51,10 +52,24 @@ TEST_F(CompositeOracleTest, DrawnSpansMatchTheLiteralCompositeOnRandomLayers)
         }
         ImageQ4* present[4] = {layer(0), layer(1), layer(2), layer(3)};
         if (round % 7 == 3) s->work[1] = present[1] = nullptr;
-        std::memcpy(expected.pixels, s->result->pixels, sizeof(PixelQ4) * w * h);
+        // One round in three the background copy waits for the composite, and every other such
+        // round the background's matte too: the result must be as if the background had been
+        // copied first and its matte copied over the composite's alpha at the end.
+        const bool pending = round % 3 == 1, matte = pending && round % 2 == 0;
+        if (pending) {
+            s->source1 = &background;
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) background.rows[y][x] = PixelQ4(draw(32768), draw(32768), draw(32768), draw(32768));
+        }
+        std::memcpy(expected.pixels, (pending ? &background : s->result)->pixels, sizeof(PixelQ4) * w * h);
         LiteralComposite(&expected, present, vesk->bands, 0, h - 1);
+        if (matte) expected.CopyAlpha(&background);
+        vesk->background_pending = pending;
+        vesk->matte_pending = matte;
         vesk->mp_Composite(0, h - 1);
         ASSERT_EQ(std::memcmp(expected.pixels, s->result->pixels, sizeof(PixelQ4) * w * h), 0) << "round " << round;
         s->work[1] = images[1].get();
+        s->source1 = nullptr;
     }
+    vesk->background_pending = vesk->matte_pending = false;
 }

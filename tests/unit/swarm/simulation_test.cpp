@@ -318,13 +318,27 @@ TEST(FrameDriver, RenderModeDrawsTheStateBeforeItsMotionAndWireframeDoesNot) {
     SparkPup59.Value = 0;         // "Render Mode: Render"
     SyncAllControls();
     FrameImages images(40, 40);
+    // A matte of its own in the background clip: the output of a frame the host asked for keeps
+    // it in both modes, under the particle too.
+    Instance.second_flag = false;
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 40; ++x) images.src[0]->rows[y][x].a = (unsigned short)(x * 800 + y);
+    auto keeps_the_matte = [&] {
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 40; ++x)
+                if (images.out->rows[y][x].a != x * 800 + y) return false;
+        return true;
+    };
     Instance.ProcessFrame();
     EXPECT_EQ(Instance.in_parallel, 0);
     EXPECT_GT(images.out->rows[20][20].r, 1000);  // drawn where it was born, over the clip
+    EXPECT_TRUE(keeps_the_matte());
 
     SparkPup59.Value = 1;         // "Render Mode: Wireframe": the frame is the background clip
     SyncAllControls();
+    images.out->Fill(0, 0, 0, 0);
     Instance.ProcessFrame();
     EXPECT_EQ(images.out->rows[20][20].r, 1000);
     EXPECT_EQ(images.out->rows[39][39].g, 1000);
+    EXPECT_TRUE(keeps_the_matte());
 }
