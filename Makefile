@@ -47,13 +47,14 @@ farm-test:
 	cmake --build $(BUILD) -j$(JOBS) --target vesk sparkhost
 	@scripts/farm-test.sh $(BUILD)
 
-# The tests that run render bands, conversions, host jobs and the tracked heap on several threads
-# (every --threads count of the render contract included), under the thread sanitizer; a reported
+# The tests that run render bands, conversions, host jobs, the frame writers and the tracked heap on
+# several threads (every --threads count of the render contract included), under the thread
+# sanitizer; a reported
 # race fails the test that raised it. The contact sheet test is left out: it assembles its picture
 # with OpenImageIO's own thread pool, which is not instrumented; reports from inside OpenImageIO
 # are suppressed for the same reason (tests/tsan.supp).
 BUILD_TSAN ?= build-tsan
-TSAN_TESTS ?= ^(HeapTest|BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli|RenderContract)\.
+TSAN_TESTS ?= ^(HeapTest|BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|FramePool|FrameWriters|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli|RenderContract)\.
 test-tsan: setup
 	cmake -S . -B $(BUILD_TSAN) -DCMAKE_BUILD_TYPE=Release -DVESK_TSAN=ON -DVESK_BENCH=OFF $(CMAKE_FLAGS)
 	cmake --build $(BUILD_TSAN) -j$(JOBS) --target unit_base unit_framework unit_library unit_sparkhost e2e_tests
