@@ -49,10 +49,9 @@ farm-test:
 
 # The tests that run render bands, conversions, host jobs, the frame writers and the tracked heap on
 # several threads (every --threads count of the render contract included), under the thread
-# sanitizer; a reported
-# race fails the test that raised it. The contact sheet test is left out: it assembles its picture
-# with OpenImageIO's own thread pool, which is not instrumented; reports from inside OpenImageIO
-# are suppressed for the same reason (tests/tsan.supp).
+# sanitizer; a reported race fails the test that raised it. The contact sheet test is left out: it
+# assembles its picture with OpenImageIO's own thread pool, which is not instrumented; reports
+# from inside OpenImageIO are suppressed for the same reason (tests/tsan.supp).
 BUILD_TSAN ?= build-tsan
 TSAN_TESTS ?= ^(HeapTest|BandDispatch|Convert|ConvertBands|Blur|EntryTest|PluginTest|MpFork|FramePool|FrameWriters|HostVeskFrames|RenderShapes|SwarmDeterminism|ControlSweep|HostCli|RenderContract)\.
 test-tsan: setup
