@@ -3,6 +3,45 @@
 
 #include <cstddef>
 
+namespace {
+
+// Counts cells first .. last of mask row `row` (all inside whole blocks) into the block sums; the
+// whole blocks between the two end blocks go into `steps` as a step of 8 up and down along the
+// block row.
+inline void count_cells(int* sums, int* steps, int bw, int row, int first, int last)
+{
+    const int S = RASTER_SUPERSAMPLE;
+    int* block_row = sums + (long long)(row / S) * bw;
+    const int ca = first / S, cb = last / S;
+    if (ca == cb) {
+        block_row[ca] += last - first + 1;
+        return;
+    }
+    block_row[ca] += (ca + 1) * S - first;
+    block_row[cb] += last - cb * S + 1;
+    if (cb > ca + 1) {
+        int* step_row = steps + (long long)(row / S) * (bw + 1);
+        step_row[ca + 1] += S;
+        step_row[cb] -= S;
+    }
+}
+
+// Adds the steps, summed across each block row, to the block sums.
+void add_steps(int* sums, const int* steps, int bw, int bh)
+{
+    for (int br = 0; br < bh; ++br) {
+        int* block_row = sums + (long long)br * bw;
+        const int* step_row = steps + (long long)br * (bw + 1);
+        int level = 0;
+        for (int c = 0; c < bw; ++c) {
+            level += step_row[c];
+            block_row[c] += level;
+        }
+    }
+}
+
+}  // namespace
+
 // Adds `count` cells from cell `col` of mask row `row` (cell index row * w + col) of a w-wide mask
 // of `size` cells as runs per row. Cells outside the mask are skipped; a run that passes the end
 // of a row goes on at the start of the next, as the mask's layout has it. Rows from `rows` on and
@@ -39,7 +78,6 @@ void AddMaskCells(std::vector<RowRun>& runs, long long row, long long col, long 
 // up and down along the block row, and summed across once per block row at the end.
 void SumMaskBlocks(std::vector<RowRun>& runs, int bw, int bh, int* sums, int* steps)
 {
-    const int S = RASTER_SUPERSAMPLE;
     // Runs arrive in scan-line order; only a span reaching back across a row start breaks it.
     for (size_t i = 1; i < runs.size(); ++i) {
         const RowRun r = runs[i];
@@ -59,30 +97,9 @@ void SumMaskBlocks(std::vector<RowRun>& runs, int bw, int bh, int* sums, int* st
         const int a = r.first > covered + 1 ? r.first : covered + 1;
         const int b = r.last;
         if (b > covered) covered = b;
-        if (a > b) continue;
-        int* block_row = sums + (long long)(row / S) * bw;
-        const int ca = a / S, cb = b / S;
-        if (ca == cb) {
-            block_row[ca] += b - a + 1;
-            continue;
-        }
-        block_row[ca] += (ca + 1) * S - a;
-        block_row[cb] += b - cb * S + 1;
-        if (cb > ca + 1) {
-            int* step_row = steps + (long long)(row / S) * (bw + 1);
-            step_row[ca + 1] += S;
-            step_row[cb] -= S;
-        }
+        if (a <= b) count_cells(sums, steps, bw, row, a, b);
     }
-    for (int br = 0; br < bh; ++br) {
-        int* block_row = sums + (long long)br * bw;
-        const int* step_row = steps + (long long)br * (bw + 1);
-        int level = 0;
-        for (int c = 0; c < bw; ++c) {
-            level += step_row[c];
-            block_row[c] += level;
-        }
-    }
+    add_steps(sums, steps, bw, bh);
 }
 
 BlockCounter::BlockCounter(int w, int bw, int bh, int* sums, int* steps)
@@ -139,38 +156,16 @@ void BlockCounter::StartRow(int row)
 
 void BlockCounter::Count(int first, int last)
 {
-    const int S = RASTER_SUPERSAMPLE;
     // Spans arrive from left to right: what lies left of the covered column was counted.
     if (first <= covered_) first = covered_ + 1;
     if (last > covered_) covered_ = last;
     if (row_ >= rows_) return;
     if (last > cols_ - 1) last = cols_ - 1;
-    if (first > last) return;
-    int* block_row = sums_ + (long long)(row_ / S) * bw_;
-    const int ca = first / S, cb = last / S;
-    if (ca == cb) {
-        block_row[ca] += last - first + 1;
-        return;
-    }
-    block_row[ca] += (ca + 1) * S - first;
-    block_row[cb] += last - cb * S + 1;
-    if (cb > ca + 1) {
-        int* step_row = steps_ + (long long)(row_ / S) * (bw_ + 1);
-        step_row[ca + 1] += S;
-        step_row[cb] -= S;
-    }
+    if (first <= last) count_cells(sums_, steps_, bw_, row_, first, last);
 }
 
 void BlockCounter::Finish()
 {
     if (carry_ >= 0) StartRow(row_ + 1);
-    for (int br = 0; br < bh_; ++br) {
-        int* block_row = sums_ + (long long)br * bw_;
-        const int* step_row = steps_ + (long long)br * (bw_ + 1);
-        int level = 0;
-        for (int c = 0; c < bw_; ++c) {
-            level += step_row[c];
-            block_row[c] += level;
-        }
-    }
+    add_steps(sums_, steps_, bw_, bh_);
 }
