@@ -87,9 +87,10 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, co
     if (home >= 0 && m > 0) {
         const float px = xs_[i], py = ys_[i];
         const int cx = home % gx_, cy = home / gx_;
+        const double inf = std::numeric_limits<double>::infinity();
         // A little above the square of the farthest kept distance: a squared distance beyond it
         // has a root that cannot tie with the farthest.
-        double far2 = std::numeric_limits<double>::infinity();
+        double far2 = inf;
         // The square of the distance beyond which a cell holds no point that could replace the
         // farthest kept candidate: (gap - slack) * (1 - 1e-6) > farthest.
         double reach2 = far2;
@@ -128,7 +129,7 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, co
             const int end = cell_start_[(size_t)(y * gx_ + xb + 1)];
             for (int k = cell_start_[(size_t)(y * gx_ + xa)]; k < end; ++k) consider(k);
         };
-        // Distance from the point to the band of cell column x (row y), zero inside it.
+        // Distance from the point to cell column x (gap_y: to cell row y), zero inside it.
         auto gap_x = [&](int x) {
             const double left = (minx_ + x * cw_) - px, right = px - (minx_ + (x + 1) * cw_);
             return left > 0.0 ? left : (right > 0.0 ? right : 0.0);
@@ -147,7 +148,6 @@ void NeighbourGrid::Nearest(int i, int m, tagF_MATE* table, const float* vxs, co
             while (xb >= xa && out_of_reach(gap_x(xb), ey)) --xb;
             if (xa <= xb) sweep(y, xa, xb);
         };
-        const double inf = std::numeric_limits<double>::infinity();
         // The block of 3 x 3 cells around the home cell first, row by row, then ring after ring.
         for (int r = 1;; ++r) {
             const int x0 = cx - r, x1 = cx + r, y0 = cy - r, y1 = cy + r;

@@ -161,11 +161,8 @@ void Vesk::part_render_state(tagPARTSET* s) {
         texture_sums.ready = false;
     }
     MultiProcess(static_cast<PluginQ4::BandMethod>(&Vesk::mp_Composite), s->height);
-    if (background_pending) {
-        background_pending = false;
-        matte_taken = matte_pending;
-        matte_pending = false;
-    }
+    // The composite took the background and, with it, the matte still owed.
+    if (background_pending) background_pending = matte_pending = false;
     in_parallel = 0;
 }
 

@@ -202,8 +202,7 @@ public:
     // matte just after, while the row is in cache: two passes over the frame fewer. A frame
     // without a composite makes both copies at the end of its step, in the usual order.
     bool background_pending = false;  // the result still has to receive the background
-    bool matte_pending = false;       // ... and then the background's matte
-    bool matte_taken = false;         // the composite took the matte with the background
+    bool matte_pending = false;       // ... and the background's matte, after the composite
     // ==== end rendering ====
 
     // ==== overlay ====

@@ -193,8 +193,7 @@ void Vesk::ProcessFrame() {
     // composite, which makes the copy row by row (or step 12 makes it, without a composite).
     background_pending = s->source1 != nullptr && s->source1->width == out->width &&
                          s->source1->height == out->height;
-    matte_pending = background_pending && !second_flag;
-    matte_taken = false;
+    matte_pending = s->source1 != nullptr && !second_flag;
     if (s->source1 && !background_pending) out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
 
     // 7. Controls into the set.
@@ -268,6 +267,8 @@ void Vesk::ProcessFrame() {
         out->CopyValues(s->source1, 1.0f, 1.0f, 1.0f, 1.0f);
         background_pending = false;
     }
-    if (!second_flag && s->source1 && !matte_taken) out->CopyAlpha(s->source1);
-    matte_pending = matte_taken = false;
+    if (matte_pending) {
+        out->CopyAlpha(s->source1);
+        matte_pending = false;
+    }
 }

@@ -341,4 +341,5 @@ TEST(FrameDriver, RenderModeDrawsTheStateBeforeItsMotionAndWireframeDoesNot) {
     EXPECT_EQ(images.out->rows[20][20].r, 1000);
     EXPECT_EQ(images.out->rows[39][39].g, 1000);
     EXPECT_TRUE(keeps_the_matte());
+    Instance.second_flag = true;  // as a freshly constructed effect has it
 }
