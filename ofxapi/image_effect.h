@@ -1,0 +1,157 @@
+/* OpenFX image effects: actions, contexts, pixel formats and the properties of the host, the effect
+ * descriptor and instance, clips and images. */
+#ifndef VESK_OFXAPI_IMAGE_EFFECT_H
+#define VESK_OFXAPI_IMAGE_EFFECT_H
+
+#include "ofxapi/core.h"
+
+/* Actions */
+#define kOfxImageEffectActionDescribeInContext "OfxImageEffectActionDescribeInContext"
+#define kOfxImageEffectActionGetRegionOfDefinition "OfxImageEffectActionGetRegionOfDefinition"
+#define kOfxImageEffectActionGetRegionsOfInterest "OfxImageEffectActionGetRegionsOfInterest"
+#define kOfxImageEffectActionGetFramesNeeded "OfxImageEffectActionGetFramesNeeded"
+#define kOfxImageEffectActionIsIdentity "OfxImageEffectActionIsIdentity"
+#define kOfxImageEffectActionGetClipPreferences "OfxImageEffectActionGetClipPreferences"
+#define kOfxImageEffectActionGetTimeDomain "OfxImageEffectActionGetTimeDomain"
+#define kOfxImageEffectActionBeginSequenceRender "OfxImageEffectActionBeginSequenceRender"
+#define kOfxImageEffectActionRender "OfxImageEffectActionRender"
+#define kOfxImageEffectActionEndSequenceRender "OfxImageEffectActionEndSequenceRender"
+#define kOfxImageEffectActionGetOutputColourspace "OfxImageEffectActionGetOutputColourspace"
+
+/* Contexts */
+#define kOfxImageEffectContextGenerator "OfxImageEffectContextGenerator"
+#define kOfxImageEffectContextFilter "OfxImageEffectContextFilter"
+#define kOfxImageEffectContextTransition "OfxImageEffectContextTransition"
+#define kOfxImageEffectContextPaint "OfxImageEffectContextPaint"
+#define kOfxImageEffectContextGeneral "OfxImageEffectContextGeneral"
+#define kOfxImageEffectContextRetimer "OfxImageEffectContextRetimer"
+
+/* Mandated clip and param names */
+#define kOfxImageEffectOutputClipName "Output"
+#define kOfxImageEffectSimpleSourceClipName "Source"
+#define kOfxImageEffectTransitionSourceFromClipName "SourceFrom"
+#define kOfxImageEffectTransitionSourceToClipName "SourceTo"
+#define kOfxImageEffectTransitionParamName "Transition"
+#define kOfxImageEffectRetimerParamName "SourceTime"
+
+/* Pixel depths, components, premultiplication, fields */
+#define kOfxBitDepthNone "OfxBitDepthNone"
+#define kOfxBitDepthByte "OfxBitDepthByte"
+#define kOfxBitDepthShort "OfxBitDepthShort"
+#define kOfxBitDepthHalf "OfxBitDepthHalf"
+#define kOfxBitDepthFloat "OfxBitDepthFloat"
+#define kOfxImageComponentNone "OfxImageComponentNone"
+#define kOfxImageComponentRGBA "OfxImageComponentRGBA"
+#define kOfxImageComponentRGB "OfxImageComponentRGB"
+#define kOfxImageComponentAlpha "OfxImageComponentAlpha"
+#define kOfxImageOpaque "OfxImageOpaque"
+#define kOfxImagePreMultiplied "OfxImageAlphaPremultiplied"
+#define kOfxImageUnPreMultiplied "OfxImageAlphaUnPremultiplied"
+#define kOfxImageFieldNone "OfxFieldNone"
+#define kOfxImageFieldLower "OfxFieldLower"
+#define kOfxImageFieldUpper "OfxFieldUpper"
+#define kOfxImageFieldBoth "OfxFieldBoth"
+#define kOfxImageFieldSingle "OfxFieldSingle"
+#define kOfxImageFieldDoubled "OfxFieldDoubled"
+
+/* Render thread safety */
+#define kOfxImageEffectRenderUnsafe "OfxImageEffectRenderUnsafe"
+#define kOfxImageEffectRenderInstanceSafe "OfxImageEffectRenderInstanceSafe"
+#define kOfxImageEffectRenderFullySafe "OfxImageEffectRenderFullySafe"
+
+/* Host descriptor */
+#define kOfxImageEffectHostPropIsBackground "OfxImageEffectHostPropIsBackground"
+#define kOfxImageEffectPropSupportsOverlays "OfxImageEffectPropSupportsOverlays"
+#define kOfxImageEffectPropSetableFrameRate "OfxImageEffectPropSetableFrameRate"
+#define kOfxImageEffectPropSetableFielding "OfxImageEffectPropSetableFielding"
+#define kOfxImageEffectHostPropNativeOrigin "OfxImageEffectHostPropNativeOrigin"
+#define kOfxHostNativeOriginBottomLeft "kOfxImageEffectHostPropNativeOriginBottomLeft"
+#define kOfxHostNativeOriginTopLeft "kOfxImageEffectHostPropNativeOriginTopLeft"
+#define kOfxHostNativeOriginCenter "kOfxImageEffectHostPropNativeOriginCenter"
+
+/* Effect descriptor (several are also host or instance properties) */
+#define kOfxImageEffectPropSupportedContexts "OfxImageEffectPropSupportedContexts"
+#define kOfxImageEffectPropSupportedPixelDepths "OfxImageEffectPropSupportedPixelDepths"
+#define kOfxImageEffectPropSupportedComponents "OfxImageEffectPropSupportedComponents"
+#define kOfxImageEffectPluginPropGrouping "OfxImageEffectPluginPropGrouping"
+#define kOfxImageEffectPluginPropSingleInstance "OfxImageEffectPluginPropSingleInstance"
+#define kOfxImageEffectPluginRenderThreadSafety "OfxImageEffectPluginRenderThreadSafety"
+#define kOfxImageEffectPluginPropHostFrameThreading "OfxImageEffectPluginPropHostFrameThreading"
+#define kOfxImageEffectPluginPropOverlayInteractV1 "OfxImageEffectPluginPropOverlayInteractV1"
+#define kOfxImageEffectPluginPropOverlayInteractV2 "OfxImageEffectPluginPropOverlayInteractV2"
+#define kOfxImageEffectPropSupportsMultiResolution "OfxImageEffectPropSupportsMultiResolution"
+#define kOfxImageEffectPropSupportsTiles "OfxImageEffectPropSupportsTiles"
+#define kOfxImageEffectPropTemporalClipAccess "OfxImageEffectPropTemporalClipAccess"
+#define kOfxImageEffectPluginPropFieldRenderTwiceAlways "OfxImageEffectPluginPropFieldRenderTwiceAlways"
+#define kOfxImageEffectPropSupportsMultipleClipDepths "OfxImageEffectPropMultipleClipDepths"
+#define kOfxImageEffectPropSupportsMultipleClipPARs "OfxImageEffectPropSupportsMultipleClipPARs"
+#define kOfxImageEffectPropClipPreferencesSlaveParam "OfxImageEffectPropClipPreferencesSlaveParam"
+#define kOfxImageEffectInstancePropSequentialRender "OfxImageEffectInstancePropSequentialRender"
+#define kOfxImageEffectPropOpenGLRenderSupported "OfxImageEffectPropOpenGLRenderSupported"
+#define kOfxImageEffectPluginPropObsolete "OfxImageEffectPluginPropObsolete"
+#define kOfxImageEffectPropCPURenderSupported "OfxImageEffectPropCPURenderSupported"
+#define kOfxImageEffectPropNoSpatialAwareness "OfxImageEffectPropNoSpatialAwareness"
+
+/* Effect instance */
+#define kOfxImageEffectPropContext "OfxImageEffectPropContext"
+#define kOfxImageEffectPropProjectSize "OfxImageEffectPropProjectSize"
+#define kOfxImageEffectPropProjectOffset "OfxImageEffectPropProjectOffset"
+#define kOfxImageEffectPropProjectExtent "OfxImageEffectPropProjectExtent"
+#define kOfxImageEffectPropProjectPixelAspectRatio "OfxImageEffectPropPixelAspectRatio"
+#define kOfxImageEffectInstancePropEffectDuration "OfxImageEffectInstancePropEffectDuration"
+#define kOfxImageEffectPropFrameRate "OfxImageEffectPropFrameRate"
+#define kOfxImageEffectPropPluginHandle "OfxImageEffectPropPluginHandle"
+
+/* Action arguments */
+#define kOfxImageEffectPropRenderScale "OfxImageEffectPropRenderScale"
+#define kOfxImageEffectPropRegionOfDefinition "OfxImageEffectPropRegionOfDefinition"
+#define kOfxImageEffectPropRegionOfInterest "OfxImageEffectPropRegionOfInterest"
+#define kOfxImageEffectPropFieldToRender "OfxImageEffectPropFieldToRender"
+#define kOfxImageEffectPropRenderWindow "OfxImageEffectPropRenderWindow"
+#define kOfxImageEffectPropFrameRange "OfxImageEffectPropFrameRange"
+#define kOfxImageEffectPropFrameStep "OfxImageEffectPropFrameStep"
+#define kOfxImageEffectPropSequentialRenderStatus "OfxImageEffectPropSequentialRenderStatus"
+#define kOfxImageEffectPropInteractiveRenderStatus "OfxImageEffectPropInteractiveRenderStatus"
+#define kOfxImageEffectPropRenderQualityDraft "OfxImageEffectPropRenderQualityDraft"
+#define kOfxImageEffectPropThumbnailRender "OfxImageEffectPropThumbnailRender"
+#define kOfxImageEffectPropOpenGLEnabled "OfxImageEffectPropOpenGLEnabled"
+#define kOfxImageEffectPropOpenGLTextureIndex "OfxImageEffectPropOpenGLTextureIndex"
+#define kOfxImageEffectPropOpenGLTextureTarget "OfxImageEffectPropOpenGLTextureTarget"
+#define kOfxOpenGLPropPixelDepth "OfxOpenGLPropPixelDepth"
+#define kOfxImageEffectFrameVarying "OfxImageEffectFrameVarying"
+#define kOfxImageEffectPropPreMultiplication "OfxImageEffectPropPreMultiplication"
+
+/* Per-clip outArgs: the clip's name follows the prefix. */
+#define kOfxImageClipPropRoI_ "OfxImageClipPropRoI_"
+#define kOfxImageClipPropFrameRange_ "OfxImageClipPropFrameRange_"
+#define kOfxImageClipPropComponents_ "OfxImageClipPropComponents_"
+#define kOfxImageClipPropDepth_ "OfxImageClipPropDepth_"
+#define kOfxImageClipPropPAR_ "OfxImageClipPropPAR_"
+#define kOfxImageClipPropPreferredColourspaces_ "OfxImageClipPropPreferredColourspaces_"
+
+/* Clip descriptor and instance */
+#define kOfxImageClipPropOptional "OfxImageClipPropOptional"
+#define kOfxImageClipPropFieldExtraction "OfxImageClipPropFieldExtraction"
+#define kOfxImageClipPropIsMask "OfxImageClipPropIsMask"
+#define kOfxImageEffectPropPixelDepth "OfxImageEffectPropPixelDepth"
+#define kOfxImageEffectPropComponents "OfxImageEffectPropComponents"
+#define kOfxImageClipPropUnmappedPixelDepth "OfxImageClipPropUnmappedPixelDepth"
+#define kOfxImageClipPropUnmappedComponents "OfxImageClipPropUnmappedComponents"
+#define kOfxImageClipPropFieldOrder "OfxImageClipPropFieldOrder"
+#define kOfxImageClipPropConnected "OfxImageClipPropConnected"
+#define kOfxImageEffectPropUnmappedFrameRange "OfxImageEffectPropUnmappedFrameRange"
+#define kOfxImageEffectPropUnmappedFrameRate "OfxImageEffectPropUnmappedFrameRate"
+#define kOfxImageClipPropContinuousSamples "OfxImageClipPropContinuousSamples"
+#define kOfxImageClipPropColourspace "OfxImageClipPropColourspace"
+#define kOfxImageClipPropPreferredColourspaces "OfxImageClipPropPreferredColourspaces"
+
+/* Images */
+#define kOfxImagePropPixelAspectRatio "OfxImagePropPixelAspectRatio"
+#define kOfxImagePropData "OfxImagePropData"
+#define kOfxImagePropBounds "OfxImagePropBounds"
+#define kOfxImagePropRegionOfDefinition "OfxImagePropRegionOfDefinition"
+#define kOfxImagePropRowBytes "OfxImagePropRowBytes"
+#define kOfxImagePropField "OfxImagePropField"
+#define kOfxImagePropUniqueIdentifier "OfxImagePropUniqueIdentifier"
+
+#endif
