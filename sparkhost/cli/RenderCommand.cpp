@@ -15,6 +15,7 @@
 #include "sparkhost/lib/ReadAhead.h"
 #include "sparkhost/lib/Setup.h"
 #include "sparkhost/lib/ShotCatchUp.h"
+#include "sparkhost/lib/ShotEvents.h"
 
 namespace sparkhost {
 
@@ -69,6 +70,11 @@ bool applyEdits(const RenderOptions& o, const RenderInputs& in, Plugin& plugin, 
             return false;
         }
         if (!plugin.setControl(trim(edit.text.substr(0, eq)), edit.text.substr(eq + 1), error)) return false;
+    }
+    for (const auto& text : o.events) {
+        ShotEvent event;
+        if (!parseEventOption(plugin.panel(), &host, text, &event, error)) return false;
+        host.addEvent(event);
     }
     for (const auto& key : in.keys) {
         const Control* c = plugin.panel().resolve(key.control, ControlUse::Animate, &host, error);

@@ -9,6 +9,7 @@
 #include "sparkhost/lib/FrameWriters.h"
 #include "sparkhost/lib/Plugin.h"
 #include "sparkhost/lib/ReadAhead.h"
+#include "sparkhost/lib/ShotCatchUp.h"
 
 namespace sparkhost {
 
@@ -58,6 +59,9 @@ int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const st
         if (settings.overlap && i + 1 < frames.size())
             clips.prefetch(frames[i + 1], host.frameWidth(), host.frameHeight(), host.depthCode());
         auto renderStart = Clock::now();
+        // The events the simulation passes on its way to this frame act before it.
+        int firstEvent = i > 0 && frame > frames[i - 1] ? frames[i - 1] + 1 : frame;
+        if (!replayEvents(plugin, firstEvent, frame, error)) return fail(*error);
         unsigned long* result = plugin.renderFrame(frame);
         renderSeconds += since(renderStart);
         std::string readError = clips.takeError();

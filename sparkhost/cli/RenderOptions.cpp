@@ -34,6 +34,9 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
                                         "by their text");
     render->add_option("--press", o.presses,
                                                   "Press a button (edits apply in the order given)");
+    render->add_option("--event", o.events, "Place a simulation button at a frame: FRAME:BUTTON, e.g. "
+                                            "45:Restart; it acts when the swarm reaches the frame, "
+                                            "before the frame's own step (repeatable)");
     render->add_option("--setup", o.setup, "Load a setup file");
     render->add_option("--save-setup", o.saveSetup, "Save the setup after the render");
     render->add_option("--keys", o.keys, "Keyframe file: lines 'control frame value'");

@@ -26,6 +26,7 @@ struct RenderOptions {
     std::string resolution;             // an entry of the plug-in's resolution list, e.g. "1/2"
     std::vector<std::string> sets;      // "NAME=VALUE"
     std::vector<std::string> presses;   // "NAME"
+    std::vector<std::string> events;    // "FRAME:BUTTON", added to the setup's events
     // --set and --press in the order they were given: a preset pressed first and then adjusted
     // must not be undone by its own later press. Empty when built by hand: sets, then presses.
     struct Edit {

@@ -292,6 +292,27 @@ float Host::curveValue(int type, int control, float frame) const {
     return 0.0f;
 }
 
+// ---- events --------------------------------------------------------------------------------
+
+void Host::addEvent(const ShotEvent& event) {
+    auto after = std::upper_bound(events_.begin(), events_.end(), event.frame,
+                                  [](int frame, const ShotEvent& e) { return frame < e.frame; });
+    events_.insert(after, event);
+}
+
+bool Host::removeEvent(size_t index) {
+    if (index >= events_.size()) return false;
+    events_.erase(events_.begin() + std::ptrdiff_t(index));
+    return true;
+}
+
+std::vector<std::string> Host::eventsBetween(int first, int last) const {
+    std::vector<std::string> records;
+    for (const auto& e : events_)
+        if (e.frame >= first && e.frame <= last) records.push_back(e.record);
+    return records;
+}
+
 // ---- setups and files -----------------------------------------------------------------------
 
 void Host::loadSetupRequest(const char* name) {

@@ -24,6 +24,15 @@ namespace sparkhost {
 
 class Panel;
 
+// A button placed at a frame of the shot (see ShotEvents.h): when the simulation reaches the
+// frame, the button is pressed before the frame's own processing. record is the button's record
+// name (e.g. "SparkPush6").
+struct ShotEvent {
+    int frame;
+    std::string record;
+    bool operator==(const ShotEvent& o) const { return frame == o.frame && record == o.record; }
+};
+
 struct HostMessage {
     enum Kind { Message, Error, Confirm, Note };
     Kind kind;
@@ -194,6 +203,17 @@ public:
     // The curve's value at a frame, or the control's current value when it has no keys.
     float curveValue(int type, int control, float frame) const;
 
+    // ---- events ----------------------------------------------------------------------------
+    // The shot's events, ordered by frame; events of one frame in the order they were placed.
+    const std::vector<ShotEvent>& events() const { return events_; }
+    // Places an event after every event already at its frame.
+    void addEvent(const ShotEvent& event);
+    // Removes the event at a position of events(); false when there is none.
+    bool removeEvent(size_t index);
+    void clearEvents() { events_.clear(); }
+    // The records of the events at frames first .. last (both included), in replay order.
+    std::vector<std::string> eventsBetween(int first, int last) const;
+
     void setPanel(Panel* panel) { panel_ = panel; }
     Panel* panel() const { return panel_; }
 
@@ -263,6 +283,7 @@ private:
     std::map<std::pair<int, int>, std::string> controlNames_;
     std::vector<ChannelEntry> channels_;
     std::map<std::pair<int, int>, Curve> curves_;
+    std::vector<ShotEvent> events_;
     Panel* panel_ = nullptr;
 
     std::vector<std::string> setupLoads_;

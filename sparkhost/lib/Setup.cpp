@@ -7,6 +7,7 @@
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Panel.h"
+#include "sparkhost/lib/ShotEvents.h"
 
 namespace sparkhost {
 
@@ -34,6 +35,7 @@ bool writeSetup(const Panel& panel, const Host& host, const std::string& path, s
         }
     }
     if (host.shotStart() >= 0) out << "shot-start " << host.shotStart() << "\n";
+    for (const auto& event : host.events()) out << eventLine(panel, event) << "\n";
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     if (!file || !(file << out.str()) || !file.flush()) {
         if (error) *error = "cannot write setup file '" + path + "'";
@@ -49,6 +51,7 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
         return false;
     }
     host.clearCurves();
+    host.clearEvents();
     std::string line;
     int lineNo = 0;
     auto bad = [&](const std::string& why) {
@@ -73,6 +76,16 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
                 continue;
             }
             host.curve(Panel::channelType(*c), c->number).setKey(frame, value);
+            continue;
+        }
+        if (t.compare(0, 6, "event ") == 0) {
+            std::string words = t.substr(6);
+            size_t hash = words.find('#');
+            if (hash != std::string::npos) words = words.substr(0, hash);
+            ShotEvent event;
+            std::string why;
+            if (!parseEventRecord(panel, words, &event, &why)) return bad(why);
+            host.addEvent(event);
             continue;
         }
         if (t.compare(0, 11, "shot-start ") == 0) {

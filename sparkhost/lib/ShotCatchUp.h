@@ -26,9 +26,17 @@ using CatchUpProgress = std::function<bool(int done, int total)>;
 // index; null when the plug-in has none.
 const Control* wireframeSwitch(const Plugin& plugin, int* entry);
 
+// Replays the host's events at frames firstFrame .. lastFrame in order (see ShotEvents.h): each
+// button's callback with the buffers withheld, and for an Advance one extra processing of its
+// frame, on wireframe when the plug-in has that mode, its picture discarded. Call it before the
+// processing of lastFrame. False (with a message) when an event's record is not a simulation
+// button or the plug-in renders nothing.
+bool replayEvents(Plugin& plugin, int firstFrame, int lastFrame, std::string* error);
+
 // Processes frames fromFrame, fromFrame + step, ... below toFrameExclusive, each as a render
-// would (clips loaded, curves applied, SparkProcess), with the render mode on wireframe when the
-// plug-in has one; the mode is put back afterwards. Control edits are made with the buffers
+// would (events replayed, clips loaded, curves applied, SparkProcess), with the render mode on
+// wireframe when the plug-in has one; the mode is put back afterwards. The events of frames
+// stepped over are replayed before the next frame processed. Control edits are made with the buffers
 // withheld, so a preview a callback asks for renders nothing and steps nothing. Returns false
 // (with a message) when the plug-in renders nothing for a frame or progress stops the catch-up.
 bool catchUp(Plugin& plugin, int fromFrame, int toFrameExclusive, const CatchUpProgress& progress,
