@@ -30,6 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         fuzz::check(error.compare(0, path.size(), path) == 0, "a refused setup names its file");
     }
     l.host.clearCurves();
+    l.host.clearEvents();
     l.host.setShotStart(-1);
     l.host.clearMessages();
     fuzz::restoreRecords(panel);
