@@ -4,7 +4,7 @@ BUILD_SANITIZE ?= build-sanitize
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup build test test-release test-sanitize test-tsan demo bench fuzz farm-test clean
+.PHONY: all setup build test test-release test-sanitize test-tsan demo bench fuzz farm-test clean install-ofx
 
 all: build
 
@@ -69,6 +69,19 @@ fuzz:
 		-DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 $(CMAKE_FLAGS)
 	cmake --build $(BUILD_FUZZ) -j$(JOBS) --target fuzz_all
 	@scripts/fuzz.sh $(BUILD_FUZZ) $(FUZZ_SECONDS)
+
+# Copies Vesk.ofx.bundle where compositors look for OpenFX plug-ins: PREFIX if given, else the
+# first folder of OFX_PLUGIN_PATH, else /usr/OFX/Plugins. A bundle already there is replaced whole.
+OFX_INSTALL_DIR ?= $(if $(PREFIX),$(PREFIX),$(if $(OFX_PLUGIN_PATH),$(firstword $(subst :, ,$(OFX_PLUGIN_PATH))),/usr/OFX/Plugins))
+install-ofx:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
+	cmake --build $(BUILD) -j$(JOBS) --target vesk_ofx
+	mkdir -p "$(OFX_INSTALL_DIR)"
+	rm -rf "$(OFX_INSTALL_DIR)/Vesk.ofx.bundle.new"
+	cp -R $(BUILD)/Vesk.ofx.bundle "$(OFX_INSTALL_DIR)/Vesk.ofx.bundle.new"
+	rm -rf "$(OFX_INSTALL_DIR)/Vesk.ofx.bundle"
+	mv "$(OFX_INSTALL_DIR)/Vesk.ofx.bundle.new" "$(OFX_INSTALL_DIR)/Vesk.ofx.bundle"
+	@echo "installed $(OFX_INSTALL_DIR)/Vesk.ofx.bundle"
 
 clean:
 	rm -rf $(BUILD) $(BUILD_SANITIZE) $(BUILD_FUZZ) $(BUILD_TSAN) out
