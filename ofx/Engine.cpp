@@ -118,6 +118,7 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
                 // One more step at this frame, its picture discarded, as pressing Advance with the
                 // frame shown renders it once more.
                 SparkProcess(info);
+                ++frames_processed_;
                 continue;
             }
             // The button's own callback makes the request the frame's step acts on.
@@ -127,6 +128,7 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
         }
     }
     SparkProcess(info);
+    ++frames_processed_;
     if (output) *output = frame.buffers[kOutputBuffer];
 
     auto after = std::make_shared<SimState>();

@@ -7,6 +7,7 @@
 #ifndef OFX_ENGINE_H
 #define OFX_ENGINE_H
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -69,6 +70,10 @@ public:
     FrameSettings edit(const FrameSettings& settings, const SparkFrame& routes,
                        const std::function<void()>& work);
 
+    // Frames the effect has processed (steps on the way and drawn frames alike), for the
+    // benchmark and the tests of what a render order costs.
+    uint64_t frames_processed() const { return frames_processed_.load(); }
+
 private:
     Engine();
     void load_records(const FrameSettings& settings);
@@ -76,6 +81,7 @@ private:
     std::mutex lock_;
     uint64_t held_key_ = 0;  // key of the state the effect holds now; 0: unknown
     std::shared_ptr<const SimState> initial_;
+    std::atomic<uint64_t> frames_processed_{0};
 };
 
 }  // namespace vesk_ofx

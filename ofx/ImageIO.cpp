@@ -145,10 +145,14 @@ void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>*
             }
             const bool have_source = source && source->valid() && source->inside(ox, oy);
             const uint8_t* s = have_source ? source->pixel(ox, oy) : nullptr;
+            // The effect's composite takes a fraction of a level off every pixel of the rows it
+            // composites, drawn into or not; within one level of the plate is the plate.
             bool untouched = keep_float && have_source && source->components >= 3;
-            for (int c = 0; c < 3 && untouched; ++c)
-                untouched = spark_get(spark.data(), (size_t)index * 3 + c, twelve_bit) ==
-                             spark_get(spark_source->data(), (size_t)index * 3 + c, twelve_bit);
+            for (int c = 0; c < 3 && untouched; ++c) {
+                const int out_level = (int)spark_get(spark.data(), (size_t)index * 3 + c, twelve_bit);
+                const int in_level = (int)spark_get(spark_source->data(), (size_t)index * 3 + c, twelve_bit);
+                untouched = out_level - in_level <= 1 && in_level - out_level <= 1;
+            }
             if (output.components == 1) {
                 if (s && source->components != 3) memcpy(p, s + (source->components - 1) * source->bytes, (size_t)output.bytes);
                 else put_one(p, output.bytes);

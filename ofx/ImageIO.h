@@ -42,7 +42,8 @@ struct Placement {
 void ImageToSpark(const Image& image, const Placement& place, bool twelve_bit, uint8_t* buffer);
 
 // Writes the render window of the output image from the Spark output. With a float source, a
-// pixel the effect left as it found it keeps the source's own value. Alpha is the source's, or
+// pixel the swarm left as it found it (within one level: the composite's own rounding) keeps the
+// source's own value. Alpha is the source's, or
 // opaque without one.
 void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>* spark_source,
                   const Image* source, const Placement& place, bool twelve_bit, const OfxRectI& window,
