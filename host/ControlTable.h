@@ -97,6 +97,10 @@ void CopyControlValues();
 // and predator positions, Hunt Food and Avoid Predator); SparkOverlay calls it before drawing.
 void CopyOverlayControlValues();
 
+// Ties the four viewer handles to the controls they edit, their colours and the effect's overlay
+// geometry; SparkOverlay calls it before every draw.
+void BindOverlayHandles();
+
 // Runs Sync() on every framework control of the effect (used after a Reset).
 void SyncAllControls();
 

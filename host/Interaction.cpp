@@ -31,22 +31,6 @@ OverlayControlQ4* const kHandles[4] = {&Instance.info.birth_handle, &Instance.in
                                        &Instance.info.predator_handle,
                                        &Instance.info.food_handle};
 
-// Each handle is tied to the controls it edits and drawn in its own colour: white birth point,
-// yellow birth area (its two sizes both on the birth radius), red predator, green food.
-void BindHandles() {
-    VeskInfo& in = Instance.info;
-    in.birth_handle.Bind(13, &SparkFloat13, &SparkFloat14);
-    in.birth_handle.SetColour(0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF);
-    in.radius_handle.Bind(15, &SparkFloat15, &SparkFloat15);
-    in.radius_handle.BindSize(15, &SparkFloat15, 15, &SparkFloat15);
-    in.radius_handle.SetColour(0xFFFF, 0xFFFF, 0, 0xFFFF);
-    in.predator_handle.Bind(68, &SparkFloat68, &SparkFloat69);
-    in.predator_handle.SetColour(0xFFFF, 0, 0, 0xFFFF);
-    in.food_handle.Bind(72, &SparkFloat72, &SparkFloat73);
-    in.food_handle.SetColour(0, 0xFFFF, 0, 0xFFFF);
-    for (OverlayControlQ4* h : kHandles) h->SetOverlay(static_cast<OverlayQ4*>(&Instance));
-}
-
 bool AnyGrabbed() {
     for (const OverlayControlQ4* h : kHandles)
         if (h->grabbed) return true;
@@ -60,6 +44,22 @@ bool AnyHighlighted() {
 }
 
 }  // namespace
+
+// Each handle is tied to the controls it edits and drawn in its own colour: white birth point,
+// yellow birth area (its two sizes both on the birth radius), red predator, green food.
+void BindOverlayHandles() {
+    VeskInfo& in = Instance.info;
+    in.birth_handle.Bind(13, &SparkFloat13, &SparkFloat14);
+    in.birth_handle.SetColour(0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF);
+    in.radius_handle.Bind(15, &SparkFloat15, &SparkFloat15);
+    in.radius_handle.BindSize(15, &SparkFloat15, 15, &SparkFloat15);
+    in.radius_handle.SetColour(0xFFFF, 0xFFFF, 0, 0xFFFF);
+    in.predator_handle.Bind(68, &SparkFloat68, &SparkFloat69);
+    in.predator_handle.SetColour(0xFFFF, 0, 0, 0xFFFF);
+    in.food_handle.Bind(72, &SparkFloat72, &SparkFloat73);
+    in.food_handle.SetColour(0, 0xFFFF, 0, 0xFFFF);
+    for (OverlayControlQ4* h : kHandles) h->SetOverlay(static_cast<OverlayQ4*>(&Instance));
+}
 
 extern "C" {
 
@@ -77,7 +77,7 @@ SPARK_EXPORT void SparkOverlay(SparkInfoStruct info, float zoom) {
     Instance.SetOverlayGeometry(zoom, aspect_correction, 1.0f,
                                 (int)((float)info.FrameWidth * ratio), info.FrameHeight);
     CopyOverlayControlValues();
-    BindHandles();
+    BindOverlayHandles();
 
     glLoadIdentity();
     glTranslatef((float)info.FrameBufferX, (float)info.FrameBufferY, 0.0f);
