@@ -31,12 +31,6 @@ std::string rangeText(const std::vector<int>& frames, const std::string& written
     return "frames " + trim(written);
 }
 
-// The step between the first two frames of the range: a chunk of a shot rendered every other
-// frame catches up every other frame too, as the long render processed them.
-int rangeStep(const std::vector<int>& frames) {
-    return frames.size() > 1 && frames[1] > frames[0] ? frames[1] - frames[0] : 1;
-}
-
 // The edits of the command line, in order, then the keys; the error names the option or file.
 bool applyEdits(const RenderOptions& o, const RenderInputs& in, Plugin& plugin, std::string* error) {
     Host& host = plugin.host();
@@ -144,9 +138,16 @@ int runRender(const RenderOptions& o) {
             return complain("clip " + std::to_string(entry.first + 1) + " is given but the plug-in takes " +
                             std::to_string(plugin.clips()) + " clip" + (plugin.clips() == 1 ? "" : "s"));
     if (o.shotStart >= 0) host.setShotStart(o.shotStart);
-    if (host.shotStart() > frames.front())
+    int first = o.ifffsOrder ? frames.front() : *std::min_element(frames.begin(), frames.end());
+    if (host.shotStart() > first)
         return complain("the shot starts at frame " + std::to_string(host.shotStart()) +
-                        ", after the first frame rendered (" + std::to_string(frames.front()) + ")");
+                        ", after the first frame rendered (" + std::to_string(first) + ")");
+    FramePlan plan = planFrames(frames, host.shotStart(), o.ifffsOrder);
+    // Every clip file the frames processed read, the catch-up's included, exists and has the
+    // frame's size: a chunk refuses what the whole render would.
+    if (!in.clips.check(processedFrames(plan), in.width, in.height, &error)) return complain(error);
+    for (int frame : plan.repeated)
+        host.report(HostMessage::Note, "frame " + std::to_string(frame) + " is asked more than once; it is written once");
 
     // Edits come before any frame is loaded: a preview a callback asks for finds no buffers and
     // renders nothing, so the frames written depend only on the settings, not on how many edits
@@ -159,17 +160,16 @@ int runRender(const RenderOptions& o) {
     if (viewer.active() && !viewer.start(&error)) return complain(error);
 
     plugin.startRender();
-    if (host.shotStart() >= 0 &&
-        !catchUp(plugin, host.shotStart(), frames.front(), nullptr, &error, rangeStep(frames)))
+    if (!plan.shotTime && !catchUp(plugin, plan.shotStart, frames.front(), nullptr, &error, plan.catchUpStep))
         return complain(error, kFailed);
-    progress.start(int(frames.size()));
+    progress.start(int(plan.written.size()));
     LoopSettings settings;
     settings.overlap = !o.noOverlap;
     settings.compression = o.compression;
     settings.write = [&colour](const std::string& path, const FrameBuffer& frame, std::string* why,
                                const ImageWriteSettings& write) { return colour.writeFrame(path, frame, why, write); };
     LoopTimes times;
-    int code = renderLoop(plugin, clips, viewer, frames, in.output, progress, settings, &times, &error);
+    int code = renderLoop(plugin, clips, viewer, plan, in.output, progress, settings, &times, &error);
     if (code != 0) return complain(error, code);
     progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output + stageSummary(times));
     for (const auto& line : colour.report()) std::cerr << "sparkhost: " << line << "\n";

@@ -1,5 +1,6 @@
 #include "RenderLoop.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -34,10 +35,46 @@ const FrameBuffer* resultFrame(Host& host, unsigned long* result, FrameBuffer* s
 
 }  // namespace
 
-int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const std::vector<int>& frames,
+FramePlan planFrames(const std::vector<int>& asked, int shotStart, bool ifffsOrder) {
+    FramePlan plan;
+    if (ifffsOrder) {
+        plan.shotTime = false;
+        plan.written = asked;
+        plan.shotStart = shotStart < 0 ? asked.front() : shotStart;
+        // A chunk rendered every other frame catches up every other frame too, as the long
+        // render processed them.
+        if (asked.size() > 1 && asked[1] > asked[0]) plan.catchUpStep = asked[1] - asked[0];
+        return plan;
+    }
+    plan.written = asked;
+    std::sort(plan.written.begin(), plan.written.end());
+    for (size_t i = 1; i < plan.written.size(); ++i)
+        if (plan.written[i] == plan.written[i - 1] &&
+            (plan.repeated.empty() || plan.repeated.back() != plan.written[i]))
+            plan.repeated.push_back(plan.written[i]);
+    plan.written.erase(std::unique(plan.written.begin(), plan.written.end()), plan.written.end());
+    plan.shotStart = shotStart < 0 ? plan.written.front() : shotStart;
+    return plan;
+}
+
+std::vector<int> processedFrames(const FramePlan& plan) {
+    std::vector<int> frames;
+    if (plan.shotTime) {
+        for (int f = plan.shotStart; f <= plan.written.back(); ++f) frames.push_back(f);
+        return frames;
+    }
+    for (int f = plan.shotStart; f < plan.written.front(); f += plan.catchUpStep) frames.push_back(f);
+    frames.insert(frames.end(), plan.written.begin(), plan.written.end());
+    std::sort(frames.begin(), frames.end());
+    frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
+    return frames;
+}
+
+int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const FramePlan& plan,
                const SequencePattern& output, Progress& progress, const LoopSettings& settings,
                LoopTimes* times, std::string* error) {
     Host& host = plugin.host();
+    const std::vector<int>& frames = plan.written;
     std::unique_ptr<FrameWriters> writers;
     if (settings.overlap) writers.reset(new FrameWriters(settings.writers, settings.compression, settings.write));
     FrameWriteFunction write = settings.write ? settings.write : FrameWriteFunction(writeImage);
@@ -59,9 +96,16 @@ int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const st
         if (settings.overlap && i + 1 < frames.size())
             clips.prefetch(frames[i + 1], host.frameWidth(), host.frameHeight(), host.depthCode());
         auto renderStart = Clock::now();
-        // The events the simulation passes on its way to this frame act before it.
-        int firstEvent = i > 0 && frame > frames[i - 1] ? frames[i - 1] + 1 : frame;
-        if (!replayEvents(plugin, firstEvent, frame, error)) return fail(*error);
+        if (plan.shotTime) {
+            // The frames of the shot between the last one written and this one, stepped cheaply.
+            int from = i == 0 ? plan.shotStart : frames[i - 1] + 1;
+            if (!catchUp(plugin, from, frame, nullptr, error) || !replayEvents(plugin, frame, frame, error))
+                return fail(*error);
+        } else {
+            // The events the simulation passes on its way to this frame act before it.
+            int firstEvent = i > 0 && frame > frames[i - 1] ? frames[i - 1] + 1 : frame;
+            if (!replayEvents(plugin, firstEvent, frame, error)) return fail(*error);
+        }
         unsigned long* result = plugin.renderFrame(frame);
         renderSeconds += since(renderStart);
         std::string readError = clips.takeError();

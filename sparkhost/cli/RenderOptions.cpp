@@ -64,6 +64,9 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     render->add_option("--compression", o.compression,
                        "Compression of the files written, as the image library names it: zip:6, "
                        "piz, none ... (default: zip:1 for PNG, zips for OpenEXR)");
+    render->add_flag("--ifffs-order", o.ifffsOrder,
+                     "Process the frames as asked, in that order and repeats included, each one step of "
+                     "the swarm, as an IFFFS host does (default: file N holds frame N of the shot)");
     render->add_flag("--no-overlap", o.noOverlap,
                      "Read, render and write each frame one after the other, to measure each stage "
                      "alone (slower)");

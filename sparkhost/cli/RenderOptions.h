@@ -44,6 +44,7 @@ struct RenderOptions {
     std::string drag;                   // "X0,Y0:X1,Y1", a drag in the viewer on the first frame
     std::string output;
     std::string compression;            // the image writer's compression; empty: fast defaults
+    bool ifffsOrder = false;            // each frame asked one step of the swarm, in the order asked
     bool noOverlap = false;             // read, render and write one after the other (to measure)
     ColourOptions colour;
 };

@@ -38,38 +38,42 @@ bool ClipSet::setClip(int clip, const std::string& pattern, std::string* error) 
 
 bool ClipSet::check(const std::vector<int>& frames, int width, int height, std::string* error) const {
     for (const auto& entry : patterns_) {
-        int clipNo = entry.first + 1;
+        std::string clip = "clip " + std::to_string(entry.first + 1);
         const SequencePattern& p = entry.second;
-        std::string first;
+        std::vector<std::string> present;
         int missing = 0;
         std::string firstMissing;
         for (int f : frames) {
             std::string path = p.path(f);
             if (!exists(path)) {
                 if (missing++ == 0) firstMissing = path;
-            } else if (first.empty()) {
-                first = path;
+            } else {
+                present.push_back(path);
             }
             if (!p.isSequence()) break;
         }
         if (missing) {
             if (error) {
-                *error = "clip " + std::to_string(clipNo) + ": missing input file '" + firstMissing + "'";
+                *error = clip + ": missing input file '" + firstMissing + "'";
                 if (missing > 1) *error += " (and " + std::to_string(missing - 1) + " more frames)";
             }
             return false;
         }
-        int w = 0, h = 0;
-        std::string why;
-        if (!imageSize(first, &w, &h, &why)) {
-            if (error) *error = "clip " + std::to_string(clipNo) + ": " + why;
-            return false;
-        }
-        if (w != width || h != height) {
-            if (error)
-                *error = "clip " + std::to_string(clipNo) + ": '" + first + "' is " + sizeText(w, h) +
-                         " but the frame size is " + sizeText(width, height);
-            return false;
+        // Every file, not only the first: a sequence whose size changes midway would otherwise
+        // stop the render after some frames were written.
+        for (const auto& path : present) {
+            int w = 0, h = 0;
+            std::string why;
+            if (!imageSize(path, &w, &h, &why)) {
+                if (error) *error = clip + ": " + why;
+                return false;
+            }
+            if (w != width || h != height) {
+                if (error)
+                    *error = clip + ": '" + path + "' is " + sizeText(w, h) + " but the frame size is " +
+                             sizeText(width, height);
+                return false;
+            }
         }
     }
     return true;

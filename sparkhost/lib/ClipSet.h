@@ -24,8 +24,7 @@ public:
     bool hasClip(int clip) const { return patterns_.count(clip) != 0; }
     const std::map<int, SequencePattern>& clips() const { return patterns_; }
 
-    // Checks that every file the frames need exists and that the first one of every clip has the
-    // frame's size. The error names the clip and the file.
+    // Checks that every file the frames need exists and has the frame's size. The error names the clip and the file.
     bool check(const std::vector<int>& frames, int width, int height, std::string* error) const;
 
     // Reads a clip's frame into a buffer of the frame's size and depth; false (and black) when

@@ -53,9 +53,10 @@ bool parseFrameRange(const std::string& text, std::vector<int>* frames, std::str
         } else {
             if (!parseNumber(body.substr(0, dash), &first) || !parseNumber(body.substr(dash + 1), &last))
                 return fail(part, "needs two frame numbers from 0 up");
-            if (last < first) return fail(part, "ends before it starts");
         }
-        for (long f = first; f <= last; f += step) {
+        // A range may run backwards (20-11); its step counts down then.
+        long direction = last < first ? -1 : 1;
+        for (long f = first; (last - f) * direction >= 0; f += step * direction) {
             if (frames->size() >= kMaxFrames) return fail("", "has more than a million frames");
             frames->push_back(int(f));
         }

@@ -1,5 +1,5 @@
 // Frame ranges as compositors write them: "12", "1-100", "1-100x2", and lists of those
-// separated by commas ("1-10,20,30-40x5").
+// separated by commas ("1-10,20,30-40x5"); a range may run backwards ("20-11", "20-11x3").
 #ifndef SPARKHOST_LIB_FRAMERANGE_H
 #define SPARKHOST_LIB_FRAMERANGE_H
 

@@ -38,7 +38,7 @@ TEST(ShotEvents, AnEventGivesTheFramesOfItsButtonPressedAtItsFrame) {
     // Advance is one more step at its frame, with Auto Preview on or off: the frame processed twice.
     job("1-8", "advance", {"--event", "5:Advance"});
     job("1-8", "advoff", {"--set", "Auto Preview=off", "--event", "5:Advance"});
-    job("1-5,5-8", "twice", {"--no-overlap"});
+    job("1-5,5-8", "twice", {"--no-overlap", "--ifffs-order"});
     // Events of one frame act in the order placed: a step then a restart leaves only the restart.
     job("1-8", "steprestart", {"--event", "5:Advance", "--event", "5:Restart"});
     job("1-8", "restartstep", {"--event", "5:Restart", "--event", "5:Advance"});
