@@ -135,8 +135,33 @@ OfxStatus clipGetPropertySet(OfxImageClipHandle c, OfxPropertySetHandle* out) {
     *out = C(c)->props.handle();
     return kOfxStatOK;
 }
-OfxStatus clipGetImage(OfxImageClipHandle, OfxTime, const OfxRectD*, OfxPropertySetHandle*) { return kOfxStatFailed; }
-OfxStatus clipReleaseImage(OfxPropertySetHandle) { return kOfxStatOK; }
+OfxStatus clipGetImage(OfxImageClipHandle c, OfxTime, const OfxRectD*, OfxPropertySetHandle* out) {
+    const Clip& clip = *C(c);
+    if (clip.width <= 0 || clip.height <= 0) return kOfxStatFailed;
+    Current().images.emplace_back(new Image);
+    Image& image = *Current().images.back();
+    image.pixels.assign((size_t)clip.width * clip.height * 4, clip.grey);
+    for (size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 255;
+    image.props.setPointer(kOfxImagePropData, image.pixels.data());
+    image.props.setInt(kOfxImagePropBounds, {0, 0, clip.width, clip.height});
+    image.props.setInt(kOfxImagePropRegionOfDefinition, {0, 0, clip.width, clip.height});
+    image.props.setInt(kOfxImagePropRowBytes, {clip.width * 4});
+    image.props.setString(kOfxImageEffectPropComponents, {kOfxImageComponentRGBA});
+    image.props.setString(kOfxImageEffectPropPixelDepth, {kOfxBitDepthByte});
+    image.props.setString(kOfxImageEffectPropPreMultiplication, {kOfxImageOpaque});
+    image.props.setDouble(kOfxImageEffectPropRenderScale, {1.0, 1.0});
+    *out = image.props.handle();
+    return kOfxStatOK;
+}
+OfxStatus clipReleaseImage(OfxPropertySetHandle h) {
+    auto& images = Current().images;
+    for (auto it = images.begin(); it != images.end(); ++it)
+        if ((*it)->props.handle() == h) {
+            images.erase(it);
+            return kOfxStatOK;
+        }
+    return kOfxStatErrBadHandle;
+}
 OfxStatus clipGetRegionOfDefinition(OfxImageClipHandle c, OfxTime, OfxRectD* rod) {
     *rod = C(c)->rod;
     return kOfxStatOK;
@@ -395,7 +420,13 @@ Effect& Host::instantiate(double width, double height, double pixel_aspect) {
         const bool source = entry.first == kOfxImageEffectSimpleSourceClipName;
         clip->props.setInt(kOfxImageClipPropConnected, {source ? 1 : 0});
         clip->props.setDouble(kOfxImageEffectPropFrameRange, {1.0, 100.0});
-        clip->rod = source ? OfxRectD{0, 0, width, height} : OfxRectD{0, 0, 0, 0};
+        const bool output = entry.first == kOfxImageEffectOutputClipName;
+        clip->rod = source || output ? OfxRectD{0, 0, width, height} : OfxRectD{0, 0, 0, 0};
+        if (source || output) {
+            clip->width = (int)(width / pixel_aspect + 0.5);
+            clip->height = (int)(height + 0.5);
+            clip->grey = source ? 128 : 0;
+        }
     }
     return e;
 }

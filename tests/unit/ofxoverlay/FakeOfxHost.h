@@ -49,6 +49,15 @@ struct ParamSet {
 struct Clip {
     PropSet props;
     OfxRectD rod{0, 0, 0, 0};
+    // The pictures it gives: RGBA bytes of this size, every pixel this grey (none when 0 x 0).
+    int width = 0, height = 0;
+    unsigned char grey = 0;
+};
+
+// An image handed to the plug-in, alive until it releases it.
+struct Image {
+    PropSet props;
+    std::vector<unsigned char> pixels;
 };
 
 struct Effect {
@@ -88,6 +97,7 @@ public:
     std::vector<ParamCall> log;
     int redraws = 0;
     std::vector<std::string> messages;
+    std::vector<std::unique_ptr<Image>> images;
 
 private:
     OfxHost host_;

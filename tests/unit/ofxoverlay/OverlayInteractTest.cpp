@@ -120,6 +120,15 @@ protected:
         return status;
     }
 
+    // The host renders a frame of the instance at full scale (square pixels).
+    OfxStatus Render(double time) {
+        fakeofx::PropSet in;
+        in.setDouble(kOfxPropTime, {time});
+        in.setDouble(kOfxImageEffectPropRenderScale, {1.0, 1.0});
+        in.setInt(kOfxImageEffectPropRenderWindow, {0, 0, (int)kWidth, (int)kHeight});
+        return plugin->mainEntry(kOfxImageEffectActionRender, host.instance().handle(), in.handle(), nullptr);
+    }
+
     OfxStatus Pen(const char* action, double x, double y, double time, double render_scale) {
         fakeofx::PropSet in = Args(time, render_scale);
         in.setDouble(kOfxInteractPropPenPosition, {x, y});
@@ -324,6 +333,26 @@ TEST_F(OverlayInteractTest, PenAwayFromEveryHandleIsLeftToTheHost) {
     EXPECT_EQ(Pen(kOfxInteractActionPenMotion, 60.0, 60.0, 1.0, 1.0), kOfxStatReplyDefault);
     EXPECT_EQ(Pen(kOfxInteractActionPenUp, 60.0, 60.0, 1.0, 1.0), kOfxStatReplyDefault);
     EXPECT_TRUE(host.log.empty());
+}
+
+TEST_F(OverlayInteractTest, WireframeShowsTheSwarmTheRenderOfTheFrameLeft) {
+    Instance(1.0);
+    // Every particle pure blue, a colour no handle has.
+    param("shapeColour").value = {0.0, 0.0, 1.0};
+    param("randomColours").value = {0.0};
+    param("huntFood").value = {0.0};
+    param("renderMode").value = {1.0};   // Wireframe
+    ASSERT_EQ(Draw(3.0), kOfxStatOK);
+    EXPECT_EQ(Count(Blue), 0) << "a swarm outlined before any render of the frame";
+    ASSERT_EQ(Render(3.0), kOfxStatOK);
+    ASSERT_EQ(Draw(3.0), kOfxStatOK);
+    EXPECT_GT(Count(Blue), 0) << "no outline of the rendered swarm";
+    // Another frame, not rendered: its swarm is not known, so none is shown.
+    ASSERT_EQ(Draw(4.0), kOfxStatOK);
+    EXPECT_EQ(Count(Blue), 0);
+    param("renderMode").value = {0.0};   // Render: handles only
+    ASSERT_EQ(Draw(3.0), kOfxStatOK);
+    EXPECT_EQ(Count(Blue), 0);
 }
 
 // A saved swarm of one particle at (x, y) in frame fractions, y down, in a blue of its own.
