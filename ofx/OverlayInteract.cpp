@@ -39,6 +39,7 @@ struct InteractData {
     OfxImageEffectHandle effect = nullptr;
     bool pen_down = false;
     bool editing = false;   // a drag's undoable edit is open
+    bool drawn = false;     // the handles have been drawn in this viewer, so they can be picked
     CrosshairOverlayQ4 birth, food, predator;
     CircleOverlayQ4 radius;
     // The swarm last outlined and its frame, shown again while the cache has nothing newer.
@@ -193,6 +194,7 @@ OfxStatus Draw(InteractData& ix, OfxPropertySetHandle in) {
             static_cast<OverlayQ4&>(Instance).RenderOverlay();
         }
         TakeHandlesBack(ix);
+        ix.drawn = true;
     });
     return kOfxStatOK;
 }
@@ -203,6 +205,8 @@ OfxStatus Draw(InteractData& ix, OfxPropertySetHandle in) {
 OfxStatus Pen(InteractData& ix, OfxInteractHandle interact, InterType type, OfxPropertySetHandle in) {
     InstanceData* d = Data(ix.effect);
     if (!d) return kOfxStatFailed;
+    // A handle is picked where this viewer last drew it; before its first draw there is none.
+    if (!ix.drawn) return kOfxStatReplyDefault;
     const double time = PropDouble(in, kOfxPropTime, 0, 0.0);
     const OverlayView view = ViewAt(*d, in, time);
     if (!view.valid()) return kOfxStatReplyDefault;

@@ -327,6 +327,13 @@ TEST_F(OverlayInteractTest, AnimatedHandleParametersAreKeyedAtTheViewersTime) {
 
 TEST_F(OverlayInteractTest, PenAwayFromEveryHandleIsLeftToTheHost) {
     Instance(1.0);
+    // Before the viewer has drawn the handles there is nothing to pick, not even at the frame's
+    // corner where handles never drawn would sit.
+    EXPECT_EQ(Pen(kOfxInteractActionPenDown, 0.0, kHeight, 1.0, 1.0), kOfxStatReplyDefault);
+    EXPECT_EQ(Pen(kOfxInteractActionPenMotion, 40.0, kHeight - 40.0, 1.0, 1.0), kOfxStatReplyDefault);
+    EXPECT_EQ(Pen(kOfxInteractActionPenUp, 40.0, kHeight - 40.0, 1.0, 1.0), kOfxStatReplyDefault);
+    EXPECT_TRUE(host.log.empty());
+
     ASSERT_EQ(Draw(1.0), kOfxStatOK);
     host.log.clear();
     EXPECT_EQ(Pen(kOfxInteractActionPenDown, 5.0, 5.0, 1.0, 1.0), kOfxStatReplyDefault);
