@@ -1,9 +1,11 @@
 #include "RenderChecks.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "sparkhost/lib/FileIdentity.h"
 #include "sparkhost/lib/FrameMemory.h"
 #include "sparkhost/lib/FrameRange.h"
 #include "sparkhost/lib/ImageFiles.h"
@@ -44,6 +46,72 @@ namespace {
 bool readableFile(const std::string& path) {
     struct stat st;
     return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && ::access(path.c_str(), R_OK) == 0;
+}
+
+bool isFolder(const std::string& path) {
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The frames the render reads from its clips: those it writes, and those a shot's catch-up steps
+// through before them.
+std::vector<int> framesRead(const RenderOptions& o, const std::vector<int>& written) {
+    std::vector<int> frames = written;
+    int first = *std::min_element(written.begin(), written.end());
+    for (int f = o.shotStart >= 0 ? o.shotStart : first; f < first; ++f) frames.push_back(f);
+    return frames;
+}
+
+// Every file the render reads but its setup, with what to call each in a message.
+FileSet filesRead(const RenderOptions& o, const RenderInputs& in) {
+    FileSet files;
+    std::vector<int> frames = framesRead(o, in.frames);
+    for (const auto& clip : in.clips.clips()) {
+        for (int f : frames) {
+            std::string path = clip.second.path(f);
+            files.add(path, "clip " + std::to_string(clip.first + 1) + "'s file '" + path + "'");
+            if (!clip.second.isSequence()) break;
+        }
+    }
+    if (!o.keys.empty()) files.add(o.keys, "the keys file '" + o.keys + "'");
+    files.add(o.plugin, "the plug-in '" + o.plugin + "'");
+    return files;
+}
+
+// "...: frame 3 is written to 'b', the same file" when the two names differ.
+std::string sameFileNote(const std::string& described, const std::string& path, const std::string& role) {
+    if (described.find("'" + path + "'") != std::string::npos) return "";
+    return " (" + role + " '" + path + "' is the same file)";
+}
+
+// No file the render reads may be written over: not by a frame, not by the setup saved.
+bool checkNothingOverwritten(const RenderOptions& o, const RenderInputs& in, std::string* error) {
+    FileSet read = filesRead(o, in);
+    FileSet frames;
+    for (int f : in.frames) frames.add(in.output.path(f), "frame " + std::to_string(f) + " of the render ('" +
+                                                              in.output.path(f) + "')");
+    if (!o.saveSetup.empty()) {
+        if (isFolder(o.saveSetup)) {
+            *error = "--save-setup '" + o.saveSetup + "' is a folder: give the setup file's name";
+            return false;
+        }
+        // Saving over the setup that was loaded updates it, as intended; anything else read would be lost.
+        const std::string* hit = read.find(o.saveSetup);
+        if (!hit) hit = frames.find(o.saveSetup);
+        if (hit) {
+            *error = "--save-setup '" + o.saveSetup + "' would overwrite " + *hit;
+            return false;
+        }
+    }
+    if (!o.setup.empty()) read.add(o.setup, "the setup file '" + o.setup + "'");
+    for (int f : in.frames) {
+        std::string path = in.output.path(f);
+        if (const std::string* hit = read.find(path)) {
+            *error = "-o '" + o.output + "' would overwrite " + *hit + sameFileNote(*hit, path, "frame " + std::to_string(f));
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -90,17 +158,14 @@ bool checkRenderInputs(const RenderOptions& o, RenderInputs* in, std::string* er
     if (::access(outFolder.c_str(), F_OK) != 0) return fail("output folder '" + outFolder + "' does not exist");
     if (!canWriteIn(outFolder)) return fail("output folder '" + outFolder + "' is not writable");
     if (!canWriteImageType(o.output, &why)) return fail("-o: " + why);
-    for (const auto& clip : in->clips.clips())
-        for (int frame : {in->frames.front(), in->frames.back()})
-            if (clip.second.path(frame) == in->output.path(frame))
-                return fail("-o '" + o.output + "' would overwrite clip " + std::to_string(clip.first + 1) +
-                            "'s files");
 
     if (!o.keys.empty() && !readKeyframes(o.keys, &in->keys, error)) return false;
     if (!o.setup.empty() && !readableFile(o.setup)) return fail("cannot read setup file '" + o.setup + "'");
+    if (!checkNothingOverwritten(o, *in, error)) return false;
     if (!o.saveSetup.empty() && !canWriteIn(folderOf(o.saveSetup)))
         return fail("cannot write setup file '" + o.saveSetup + "': its folder is not writable");
-    return true;
+    in->lock = std::make_shared<OutputLock>();
+    return in->lock->take(in->output, in->frames, error);
 }
 
 }  // namespace sparkhost

@@ -3,12 +3,14 @@
 #ifndef SPARKHOST_CLI_RENDERCHECKS_H
 #define SPARKHOST_CLI_RENDERCHECKS_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "RenderOptions.h"
 #include "sparkhost/lib/ClipSet.h"
 #include "sparkhost/lib/Keyframes.h"
+#include "sparkhost/lib/OutputLock.h"
 #include "sparkhost/lib/SequencePattern.h"
 
 namespace sparkhost {
@@ -20,8 +22,10 @@ struct RenderInputs {
     int height = 720;
     SequencePattern output;
     std::vector<KeyLine> keys;
+    std::shared_ptr<OutputLock> lock;  // the output's frames, held until the render ends
 };
 
+// Checks everything, then claims the output's frames (see OutputLock).
 bool checkRenderInputs(const RenderOptions& options, RenderInputs* inputs, std::string* error);
 
 // "WxH" with both at least 1.

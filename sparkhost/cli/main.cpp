@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "sparkhost/lib/ImageFiles.h"
+#include "sparkhost/lib/OutputLock.h"
 
 #include "InfoCommand.h"
 #include "RenderCommand.h"
@@ -16,6 +17,7 @@ namespace {
 // An interrupted render removes the frame it was writing; finished frames stay.
 void interrupted(int sig) {
     sparkhost::removePartialImages();
+    sparkhost::releaseOutputLock();
     std::signal(sig, SIG_DFL);
     std::raise(sig);
 }

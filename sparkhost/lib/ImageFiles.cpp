@@ -1,9 +1,9 @@
 #include "sparkhost/lib/ImageFiles.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -52,35 +52,7 @@ void spreadGrey(FrameBuffer* out) {
     }
 }
 
-// The temporary files of the writes under way (several writer threads write at once), for an
-// interrupting signal's handler. A slot is claimed, filled, then marked ready; the handler only
-// reads ready slots.
-constexpr int kPartialSlots = 32;
-char gPartial[kPartialSlots][4096];
-std::atomic<int> gPartialState[kPartialSlots];  // 0 free, 1 being filled, 2 ready
-
-struct PartialMark {
-    int slot = -1;
-    explicit PartialMark(const std::string& path) {
-        for (int i = 0; i < kPartialSlots && slot < 0; ++i) {
-            int free = 0;
-            if (gPartialState[i].compare_exchange_strong(free, 1)) slot = i;
-        }
-        if (slot < 0) return;  // more writers than slots: this one is not cleaned up on a signal
-        std::snprintf(gPartial[slot], sizeof gPartial[slot], "%s", path.c_str());
-        gPartialState[slot].store(2);
-    }
-    ~PartialMark() {
-        if (slot >= 0) gPartialState[slot].store(0);
-    }
-};
-
 }  // namespace
-
-void removePartialImages() {
-    for (int i = 0; i < kPartialSlots; ++i)
-        if (gPartialState[i].load() == 2) ::unlink(gPartial[i]);
-}
 
 std::string defaultCompression(const std::string& path) {
     std::string ext = lowerExtension(path);
@@ -193,7 +165,8 @@ void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {
 
 bool canWriteImageType(const std::string& path, std::string* error) {
     auto out = OIIO::ImageOutput::create(path);
-    if (out) return true;
+    // Frames are encoded in memory and written by the host itself (see writeAtomically).
+    if (out && out->supports("ioproxy")) return true;
     if (error) *error = "no image writer for '" + path + "' (use .png, .exr, .tif, .jpg, .dpx ...)";
     OIIO::geterror();  // clears the library's message
     return false;
@@ -211,26 +184,30 @@ OIIO::TypeDesc fileTypeFor(const std::string& path, bool deep) {
 }
 
 // Writes w x h RGB pixels of the given type under a temporary name in the same folder and renames
-// the file once it is complete.
+// the file once it is complete. The image library encodes into memory and the file is written
+// here: the libraries behind some formats never look at the result of a write (a full disk gave
+// short PNG files) or end the whole process from the writing thread (JPEG), so no write of theirs
+// ever reaches the disk.
 bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileType, OIIO::TypeDesc pixelType,
                      const void* pixels, std::string* error, const ImageWriteSettings& settings) {
     auto fail = [&](const std::string& why) {
         if (error) *error = "cannot write image '" + path + "': " + why;
         return false;
     };
-    size_t slash = path.rfind('/');
-    std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
-    // The extension stays last so that the writer still knows the format.
-    std::string temporary = dir + ".sparkhost-" + std::to_string(::getpid()) + "-" + base;
-
     auto out = OIIO::ImageOutput::create(path);
     if (!out) return fail("no writer for this file type (" + OIIO::geterror() + ")");
-    PartialMark partial(temporary);
+    if (!out->supports("ioproxy")) return fail("the " + std::string(out->format_name()) + " writer cannot be checked");
+    // Each writer thread keeps its encoding buffer from frame to frame.
+    thread_local std::vector<unsigned char> encoded;
+    encoded.clear();
+    OIIO::Filesystem::IOVecOutput memory(encoded);
+    out->set_ioproxy(&memory);
     OIIO::ImageSpec spec(w, h, 3, fileType);
     std::string compression = settings.compression.empty() ? defaultCompression(path) : settings.compression;
     if (!compression.empty()) spec.attribute("compression", compression);
-    if (!out->open(temporary, spec)) return fail(out->geterror());
+    // Opened under the frame's own name: formats that record their file name (DPX) hold the name
+    // the file ends up with rather than the temporary one.
+    if (!out->open(path, spec)) return fail(out->geterror());
     // Written in bands of rows: the writers copy, convert and compress the rows of each call in
     // buffers of their own, and small buffers are reused from the heap where a whole frame's would
     // be mapped and faulted in afresh for every frame. 64 rows hold whole TIFF strips and EXR blocks.
@@ -245,19 +222,8 @@ bool writeAtomically(const std::string& path, int w, int h, OIIO::TypeDesc fileT
         ok = false;
         why = out->geterror();
     }
-    if (!ok) {
-        std::remove(temporary.c_str());
-        return fail(why);
-    }
-    if (settings.beforeRename && !settings.beforeRename()) {
-        std::remove(temporary.c_str());
-        return fail("abandoned after an earlier frame failed");
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
-        return fail(reason);
-    }
+    if (!ok) return fail(why);
+    if (!replaceFile(path, encoded.data(), encoded.size(), &why, settings.beforeRename)) return fail(why);
     return true;
 }
 

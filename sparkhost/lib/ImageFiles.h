@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sparkhost/lib/FrameBuffer.h"
+#include "sparkhost/lib/SafeFile.h"
 
 namespace sparkhost {
 
@@ -62,10 +63,6 @@ std::string defaultCompression(const std::string& path);
 
 // Whether an image writer exists for the path's file type.
 bool canWriteImageType(const std::string& path, std::string* error);
-
-// Removes the temporary files of the writes under way. Async-signal-safe: a signal handler calls
-// it so that an interrupted render leaves no half-written frame.
-void removePartialImages();
 
 }  // namespace sparkhost
 

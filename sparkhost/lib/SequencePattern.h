@@ -14,6 +14,9 @@ public:
     std::string path(int frame) const;
     bool isSequence() const { return sequence_; }
     const std::string& pattern() const { return pattern_; }
+    // The pattern with its frame number written as '#'s, one per digit of padding: the same for
+    // "f.####.png" and "f.%04d.png".
+    std::string hashPattern() const { return sequence_ ? prefix_ + std::string(width_ > 0 ? width_ : 1, '#') + suffix_ : pattern_; }
 
 private:
     std::string pattern_;

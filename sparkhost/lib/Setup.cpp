@@ -7,6 +7,7 @@
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Panel.h"
+#include "sparkhost/lib/SafeFile.h"
 #include "sparkhost/lib/ShotEvents.h"
 
 namespace sparkhost {
@@ -36,9 +37,9 @@ bool writeSetup(const Panel& panel, const Host& host, const std::string& path, s
     }
     if (host.shotStart() >= 0) out << "shot-start " << host.shotStart() << "\n";
     for (const auto& event : host.events()) out << eventLine(panel, event) << "\n";
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    if (!file || !(file << out.str()) || !file.flush()) {
-        if (error) *error = "cannot write setup file '" + path + "'";
+    std::string text = out.str(), why;
+    if (!replaceFile(path, text.data(), text.size(), &why)) {
+        if (error) *error = "cannot write setup file '" + path + "': " + why;
         return false;
     }
     return true;

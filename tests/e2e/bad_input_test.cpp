@@ -60,7 +60,7 @@ TEST(BadInput, EveryClassIsRefusedNamingItsSourceWithNothingWritten) {
         {{"-o", "$D/out/o.png"}, "", "has no frame number"},
         {{"-o", "$D/out/missing/o.####.png"}, "", "output folder '$D/out/missing' does not exist"},
         {{"-o", "/sys/o.####.png"}, "", "output folder '/sys' is not writable"},
-        {{"--frames", "1", "--clip", "1=$D/plate.png", "-o", "$D/plate.png"}, "", "would overwrite clip 1's files"},
+        {{"--frames", "1", "--clip", "1=$D/plate.png", "-o", "$D/plate.png"}, "", "would overwrite clip 1's file '$D/plate.png'"},
         // Plug-ins.
         {{}, "$D/nothing.spark", "cannot load plug-in '$D/nothing.spark'"},
         {{}, "$D/text.spark", "'$D/text.spark' is not a Spark plug-in: not an ELF shared object"},
