@@ -1,6 +1,7 @@
 // The engine: one frame of one instance at a time on the effect's globals.
 #include "ofx/Engine.h"
 
+#include <chrono>
 #include <cstring>
 
 #include "Library/Q4Image.h"
@@ -81,7 +82,7 @@ void Engine::load_records(const FrameSettings& settings) {
 std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& before, uint64_t before_key,
                                       uint64_t after_key, const FrameGeometry& geometry,
                                       const FrameJob& job, const FrameInputs& inputs,
-                                      std::vector<uint8_t>* output, const SparkFrame& routes) {
+                                      const FrameDelivery& deliver, const SparkFrame& routes) {
     std::lock_guard<std::mutex> hold(lock_);
     SparkFrame& frame = CurrentFrame();
     frame.resize(geometry.width, geometry.height, geometry.twelve_bit);
@@ -104,11 +105,20 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
         std::vector<uint8_t>& buffer = frame.buffers[kFirstInputBuffer + i];
         if (i == 0 && job.background != Background::Source) {
             fill_background(buffer, job.background, geometry.twelve_bit);
+        } else if (inputs.images[i]) {
+            ImageToSpark(*inputs.images[i], inputs.place, geometry.twelve_bit, buffer.data());
+            frame.black[kFirstInputBuffer + i] = false;
+            continue;
         } else if (inputs.present[i] && inputs.clips[i].size() == buffer.size()) {
             memcpy(buffer.data(), inputs.clips[i].data(), buffer.size());
-        } else {
+            frame.black[kFirstInputBuffer + i] = false;
+            continue;
+        } else if (!frame.black[kFirstInputBuffer + i]) {
+            // A clip without a picture is black, as in every Spark host; a buffer already black
+            // stays so without being cleared again.
             std::fill(buffer.begin(), buffer.end(), 0);
         }
+        frame.black[kFirstInputBuffer + i] = job.background != Background::White || i != 0;
     }
 
     const SparkInfoStruct info = frame_info(geometry, job.frame);
@@ -127,9 +137,11 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
             if (record->Callback) record->Callback(1, info);
         }
     }
+    const auto started = std::chrono::steady_clock::now();
     SparkProcess(info);
+    if (job.draw) drawn_seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     ++frames_processed_;
-    if (output) *output = frame.buffers[kOutputBuffer];
+    if (deliver) deliver(frame.buffers[kOutputBuffer], frame.buffers[kFirstInputBuffer]);
 
     auto after = std::make_shared<SimState>();
     SaveSimState(Instance, after.get());

@@ -16,6 +16,7 @@
 
 #include "ofx/ControlParams.h"
 #include "ofx/Events.h"
+#include "ofx/ImageIO.h"
 #include "ofx/SimState.h"
 #include "ofx/SparkFrame.h"
 
@@ -42,12 +43,20 @@ struct FrameJob {
     Background background = Background::Source;
 };
 
-// The five input buffers of a frame (Spark layout, the job's geometry), fetched before the
-// engine is taken so that a compositor rendering another Vesk node upstream never waits on it.
+// The five inputs of a frame: either a picture already in Spark layout (the mattes of a step on
+// the way, fetched and released before the engine is taken) or an image the render holds, which
+// the engine converts straight into its own buffer. Fetching happens before the engine is taken,
+// so that a compositor rendering another Vesk node upstream never waits on it.
 struct FrameInputs {
     std::vector<uint8_t> clips[5];
     bool present[5] = {false, false, false, false, false};
+    const Image* images[5] = {nullptr, nullptr, nullptr, nullptr, nullptr};
+    Placement place;
 };
+
+// Receives the frame's Spark output and the background it was drawn over (both in the engine's
+// buffers, valid only during the call).
+using FrameDelivery = std::function<void(const std::vector<uint8_t>& output, const std::vector<uint8_t>& background)>;
 
 class Engine {
 public:
@@ -57,12 +66,12 @@ public:
     std::shared_ptr<const SimState> initial_state();
 
     // Runs one frame from `before` (whose key is `before_key`; 0: none) and returns the state it
-    // ends in, saved under `after_key` as far as the engine is concerned. With an output vector
-    // the frame's Spark output buffer is copied there.
+    // ends in, saved under `after_key` as far as the engine is concerned. A drawn frame is handed
+    // to `deliver` before the engine is released.
     std::shared_ptr<SimState> run(const std::shared_ptr<const SimState>& before, uint64_t before_key,
                                   uint64_t after_key, const FrameGeometry& geometry,
                                   const FrameJob& job, const FrameInputs& inputs,
-                                  std::vector<uint8_t>* output,
+                                  const FrameDelivery& deliver,
                                   const SparkFrame& routes);
 
     // Runs `work` with the records loaded from `settings` at `frame` (for the panel's callbacks:
@@ -73,6 +82,9 @@ public:
     // Frames the effect has processed (steps on the way and drawn frames alike), for the
     // benchmark and the tests of what a render order costs.
     uint64_t frames_processed() const { return frames_processed_.load(); }
+    // Seconds the effect's own frame entry point took for drawn frames: the Spark plug-in's
+    // frame, against which the binding's cost is measured.
+    double drawn_frame_seconds() const { return drawn_seconds_; }
 
 private:
     Engine();
@@ -82,6 +94,7 @@ private:
     uint64_t held_key_ = 0;  // key of the state the effect holds now; 0: unknown
     std::shared_ptr<const SimState> initial_;
     std::atomic<uint64_t> frames_processed_{0};
+    double drawn_seconds_ = 0.0;  // under lock_
 };
 
 }  // namespace vesk_ofx

@@ -2,7 +2,9 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <thread>
 
 #include "ofx/Suites.h"
 
@@ -79,13 +81,30 @@ inline void put_one(uint8_t* p, int bytes) {
     }
 }
 
-// The full-resolution pixel an output pixel stands for, as a Spark buffer index; -1 outside.
-inline long spark_index(const Placement& place, int ox, int oy) {
-    const int X = (int)std::floor(((double)ox + 0.5) / place.sx) - place.x0;
-    const int Y = (int)std::floor(((double)oy + 0.5) / place.sy) - place.y0;
-    if (X < 0 || X >= place.width || Y < 0 || Y >= place.height) return -1;
-    return (long)(place.height - 1 - Y) * place.width + X;
-}
+// The full-resolution pixel each output pixel of the window stands for: columns once per call,
+// the row once per row; a Spark buffer index, -1 outside the frame.
+struct OutputMap {
+    const Placement& place;
+    std::vector<int> columns;  // per window column: full-resolution column, -1 outside
+    int x1;
+    bool contiguous = false;  // every column inside, one after the other
+    OutputMap(const Placement& p, const OfxRectI& window) : place(p), x1(window.x1) {
+        for (int ox = window.x1; ox < window.x2; ++ox) {
+            const int X = (int)std::floor(((double)ox + 0.5) / place.sx) - place.x0;
+            columns.push_back(X >= 0 && X < place.width ? X : -1);
+        }
+        contiguous = !columns.empty() && columns[0] >= 0;
+        for (size_t i = 1; i < columns.size() && contiguous; ++i) contiguous = columns[i] == columns[0] + (int)i;
+    }
+    long row(int oy) const {
+        const int Y = (int)std::floor(((double)oy + 0.5) / place.sy) - place.y0;
+        return Y >= 0 && Y < place.height ? (long)(place.height - 1 - Y) * place.width : -1;
+    }
+    long index(long row_start, int ox) const {
+        const int X = columns[(size_t)(ox - x1)];
+        return row_start < 0 || X < 0 ? -1 : row_start + X;
+    }
+};
 
 }  // namespace
 
@@ -107,72 +126,184 @@ Image DescribeImage(OfxPropertySetHandle handle) {
     return image;
 }
 
+namespace {
+
+// Runs rows first .. last - 1 in four bands, one per thread (the calling thread takes the first),
+// as the effect runs its own bands: a conversion of a whole frame is memory-bound work that
+// several cores share well.
+void in_bands(int first, int last, const std::function<void(int, int)>& band) {
+    const int bands = 4;
+    const int rows = last - first;
+    if (rows < 64) {
+        band(first, last);
+        return;
+    }
+    std::thread workers[bands - 1];
+    for (int b = 1; b < bands; ++b)
+        workers[b - 1] = std::thread(band, first + rows * b / bands, first + rows * (b + 1) / bands);
+    band(first, first + rows / bands);
+    for (std::thread& w : workers) w.join();
+}
+
+// The image column each full-resolution column samples (-1 outside the image), once per call.
+std::vector<int> column_map(const Image& image, const Placement& place) {
+    std::vector<int> cols((size_t)place.width, -1);
+    for (int x = 0; x < place.width; ++x) {
+        const int ix = (int)std::floor(((double)(place.x0 + x) + 0.5) * place.sx);
+        if (ix >= image.bounds.x1 && ix < image.bounds.x2) cols[(size_t)x] = ix;
+    }
+    return cols;
+}
+
+template <int Bytes, bool Twelve>
+void row_to_spark(const Image& image, const std::vector<int>& cols, bool contiguous, int iy, uint8_t* buffer,
+                  size_t first) {
+    const int step = image.components * Bytes;
+    const int channel_step = image.components == 1 ? 0 : Bytes;
+    const uint8_t* row = image.pixel(image.bounds.x1, iy);
+    if (contiguous) {
+        // Scale 1 with the image over the whole row: pixel after pixel.
+        const uint8_t* p = row + (ptrdiff_t)(cols[0] - image.bounds.x1) * step;
+        for (size_t x = 0; x < cols.size(); ++x, p += step)
+            for (int c = 0; c < 3; ++c)
+                spark_set(buffer, first + 3 * x + (size_t)c, level(p + c * channel_step, Bytes, Twelve), Twelve);
+        return;
+    }
+    for (size_t x = 0; x < cols.size(); ++x) {
+        if (cols[x] < 0) continue;
+        const uint8_t* p = row + (ptrdiff_t)(cols[x] - image.bounds.x1) * step;
+        for (int c = 0; c < 3; ++c) spark_set(buffer, first + 3 * x + (size_t)c, level(p + c * channel_step, Bytes, Twelve), Twelve);
+    }
+}
+
+}  // namespace
+
 void ImageToSpark(const Image& image, const Placement& place, bool twelve_bit, uint8_t* buffer) {
-    const size_t pixels = (size_t)place.width * place.height;
-    memset(buffer, 0, pixels * 3 * (twelve_bit ? 2 : 1));
-    if (!image.valid()) return;
-    for (int r = 0; r < place.height; ++r) {
+    const size_t row_bytes = (size_t)place.width * 3 * (twelve_bit ? 2 : 1);
+    if (!image.valid()) {
+        memset(buffer, 0, row_bytes * (size_t)place.height);
+        return;
+    }
+    const std::vector<int> cols = column_map(image, place);
+    bool contiguous = !cols.empty() && cols[0] >= 0;
+    for (size_t x = 1; x < cols.size() && contiguous; ++x) contiguous = cols[x] == cols[0] + (int)x;
+    in_bands(0, place.height, [&](int from, int to) {
+    for (int r = from; r < to; ++r) {
         const int Y = place.y0 + place.height - 1 - r;
         const int iy = (int)std::floor(((double)Y + 0.5) * place.sy);
+        // What the image does not cover is black.
+        if (!contiguous || iy < image.bounds.y1 || iy >= image.bounds.y2) memset(buffer + (size_t)r * row_bytes, 0, row_bytes);
         if (iy < image.bounds.y1 || iy >= image.bounds.y2) continue;
-        for (int x = 0; x < place.width; ++x) {
-            const int ix = (int)std::floor(((double)(place.x0 + x) + 0.5) * place.sx);
-            if (ix < image.bounds.x1 || ix >= image.bounds.x2) continue;
-            const uint8_t* p = image.pixel(ix, iy);
-            const size_t at = ((size_t)r * place.width + x) * 3;
-            for (int c = 0; c < 3; ++c) {
-                const uint8_t* component = image.components == 1 ? p : p + c * image.bytes;
-                spark_set(buffer, at + c, level(component, image.bytes, twelve_bit), twelve_bit);
+        const size_t first = (size_t)r * place.width * 3;
+        switch (image.bytes * 2 + (twelve_bit ? 1 : 0)) {
+        case 2: row_to_spark<1, false>(image, cols, contiguous, iy, buffer, first); break;
+        case 3: row_to_spark<1, true>(image, cols, contiguous, iy, buffer, first); break;
+        case 4: row_to_spark<2, false>(image, cols, contiguous, iy, buffer, first); break;
+        case 5: row_to_spark<2, true>(image, cols, contiguous, iy, buffer, first); break;
+        case 8: row_to_spark<4, false>(image, cols, contiguous, iy, buffer, first); break;
+        default: row_to_spark<4, true>(image, cols, contiguous, iy, buffer, first); break;
+        }
+    }
+    });
+}
+
+namespace {
+
+// One output row of an RGB or RGBA image from the Spark output; see SparkToImage.
+template <int Bytes, bool Twelve, bool KeepFloat>
+void row_from_spark(const uint8_t* spark, const uint8_t* spark_source, const Image* source, const OutputMap& map,
+                    long row, int oy, int x1, int x2, const Image& output) {
+    const int comps = output.components;
+    uint8_t* out = const_cast<uint8_t*>(output.pixel(x1, oy));
+    const bool source_row = source && source->valid() && oy >= source->bounds.y1 && oy < source->bounds.y2;
+    const bool source_alpha = source_row && source->components == 4 && source->bytes == Bytes;
+    if (!KeepFloat && row >= 0 && map.contiguous && comps == 4 && source_alpha && source->bounds.x1 <= x1 &&
+        source->bounds.x2 >= x2) {
+        // Scale 1, the frame over the whole row and an RGBA source beside it: pixel after pixel.
+        const uint8_t* a = source->pixel(x1, oy) + 3 * Bytes;
+        size_t at = (size_t)map.index(row, x1) * 3;
+        for (int ox = x1; ox < x2; ++ox, out += 4 * Bytes, a += 4 * Bytes, at += 3) {
+            for (int c = 0; c < 3; ++c) put(out + c * Bytes, Bytes, spark_get(spark, at + c, Twelve), Twelve);
+            memcpy(out + 3 * Bytes, a, Bytes);
+        }
+        return;
+    }
+    for (int ox = x1; ox < x2; ++ox, out += comps * Bytes) {
+        const long index = map.index(row, ox);
+        if (index < 0) {
+            memset(out, 0, (size_t)comps * Bytes);
+            continue;
+        }
+        const bool have = source_row && ox >= source->bounds.x1 && ox < source->bounds.x2;
+        const uint8_t* s = have ? source->pixel(ox, oy) : nullptr;
+        const size_t at = (size_t)index * 3;
+        bool untouched = KeepFloat && s && source->components >= 3;
+        if (KeepFloat) {
+            // The effect's composite takes a fraction of a level off every pixel of the rows it
+            // composites, drawn into or not; within one level of the plate is the plate.
+            for (int c = 0; c < 3 && untouched; ++c) {
+                const int o = (int)spark_get(spark, at + c, Twelve), i = (int)spark_get(spark_source, at + c, Twelve);
+                untouched = o - i <= 1 && i - o <= 1;
             }
+        }
+        if (untouched) {
+            memcpy(out, s, 3 * 4);
+        } else {
+            for (int c = 0; c < 3; ++c) put(out + c * Bytes, Bytes, spark_get(spark, at + c, Twelve), Twelve);
+        }
+        if (comps == 4) {
+            if (source_alpha && have) memcpy(out + 3 * Bytes, s + 3 * Bytes, Bytes);
+            else put_one(out + 3 * Bytes, Bytes);
         }
     }
 }
+
+}  // namespace
 
 void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>* spark_source,
                   const Image* source, const Placement& place, bool twelve_bit, const OfxRectI& window,
                   const Image& output) {
     if (!output.valid()) return;
-    const bool keep_float = output.bytes == 4 && source && source->valid() && source->bytes == 4 && spark_source;
-    const int pixel_bytes = output.components * output.bytes;
-    for (int oy = window.y1; oy < window.y2; ++oy) {
-        for (int ox = window.x1; ox < window.x2; ++ox) {
-            if (!output.inside(ox, oy)) continue;
-            uint8_t* p = const_cast<uint8_t*>(output.pixel(ox, oy));
-            const long index = spark_index(place, ox, oy);
-            if (index < 0) {
-                memset(p, 0, (size_t)pixel_bytes);
-                continue;
-            }
-            const bool have_source = source && source->valid() && source->inside(ox, oy);
-            const uint8_t* s = have_source ? source->pixel(ox, oy) : nullptr;
-            // The effect's composite takes a fraction of a level off every pixel of the rows it
-            // composites, drawn into or not; within one level of the plate is the plate.
-            bool untouched = keep_float && have_source && source->components >= 3;
-            for (int c = 0; c < 3 && untouched; ++c) {
-                const int out_level = (int)spark_get(spark.data(), (size_t)index * 3 + c, twelve_bit);
-                const int in_level = (int)spark_get(spark_source->data(), (size_t)index * 3 + c, twelve_bit);
-                untouched = out_level - in_level <= 1 && in_level - out_level <= 1;
-            }
-            if (output.components == 1) {
-                if (s && source->components != 3) memcpy(p, s + (source->components - 1) * source->bytes, (size_t)output.bytes);
+    OfxRectI w = window;  // only what lies in the output image
+    if (w.x1 < output.bounds.x1) w.x1 = output.bounds.x1;
+    if (w.x2 > output.bounds.x2) w.x2 = output.bounds.x2;
+    if (w.y1 < output.bounds.y1) w.y1 = output.bounds.y1;
+    if (w.y2 > output.bounds.y2) w.y2 = output.bounds.y2;
+    if (w.x1 >= w.x2 || w.y1 >= w.y2) return;
+    const bool keep_float = output.bytes == 4 && source && source->valid() && source->bytes == 4 && spark_source &&
+                            spark_source->size() == spark.size();
+    const OutputMap map(place, w);
+    const uint8_t* in = spark_source ? spark_source->data() : nullptr;
+    in_bands(w.y1, w.y2, [&](int from, int to) {
+    for (int oy = from; oy < to; ++oy) {
+        const long row = map.row(oy);
+        if (output.components == 1) {
+            // An alpha-only output carries the source's matte, or opaque.
+            for (int ox = w.x1; ox < w.x2; ++ox) {
+                uint8_t* p = const_cast<uint8_t*>(output.pixel(ox, oy));
+                const bool have = source && source->valid() && source->inside(ox, oy) && source->components == 4 &&
+                                  source->bytes == output.bytes;
+                if (have) memcpy(p, source->pixel(ox, oy) + 3 * source->bytes, (size_t)output.bytes);
                 else put_one(p, output.bytes);
-                continue;
             }
-            if (untouched) {
-                memcpy(p, s, (size_t)3 * 4);
-            } else {
-                for (int c = 0; c < 3; ++c)
-                    put(p + c * output.bytes, output.bytes, spark_get(spark.data(), (size_t)index * 3 + c, twelve_bit), twelve_bit);
-            }
-            if (output.components == 4) {
-                uint8_t* a = p + 3 * output.bytes;
-                if (s && source->components == 4 && source->bytes == output.bytes)
-                    memcpy(a, s + 3 * source->bytes, (size_t)output.bytes);
-                else
-                    put_one(a, output.bytes);
-            }
+            continue;
+        }
+        switch (output.bytes * 2 + (twelve_bit ? 1 : 0)) {
+        case 2: row_from_spark<1, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+        case 3: row_from_spark<1, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+        case 4: row_from_spark<2, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+        case 5: row_from_spark<2, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+        default:
+            if (keep_float)
+                row_from_spark<4, true, true>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+            else if (twelve_bit)
+                row_from_spark<4, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+            else
+                row_from_spark<4, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+            break;
         }
     }
+    });
 }
 
 void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<uint8_t>& over_white,
@@ -180,11 +311,13 @@ void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<
     if (!output.valid()) return;
     const unsigned max = twelve_bit ? 4095u : 255u;
     const int pixel_bytes = output.components * output.bytes;
+    const OutputMap map(place, window);
     for (int oy = window.y1; oy < window.y2; ++oy) {
+        const long row = map.row(oy);
         for (int ox = window.x1; ox < window.x2; ++ox) {
             if (!output.inside(ox, oy)) continue;
             uint8_t* p = const_cast<uint8_t*>(output.pixel(ox, oy));
-            const long index = spark_index(place, ox, oy);
+            const long index = map.index(row, ox);
             if (index < 0) {
                 memset(p, 0, (size_t)pixel_bytes);
                 continue;

@@ -209,24 +209,24 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in) {
     int mode = kSwarmOverSource;
     if (d->output_mode) S().param->paramGetValueAtTime(d->output_mode, time, &mode);
 
+    // Every connected input at this frame, held until the frame is drawn; the engine converts
+    // them into its own buffers. The others stay black there.
+    HeldImage held[kClipCount];
     FrameInputs inputs;
-    for (int i = 0; i < kClipCount; ++i) {
-        inputs.clips[i].resize(frame_bytes(shot.geometry));
-        if (i == 0)
-            inputs.present[0] = have_source, ImageToSpark(source.image, shot.place, shot.geometry.twelve_bit,
-                                                          inputs.clips[0].data());
-        else
-            inputs.present[i] = fetch_clip(shot, i, frame, inputs.clips[i].data());
-    }
+    inputs.place = shot.place;
+    if (have_source) inputs.images[0] = &source.image;
+    for (int i = 1; i < kClipCount; ++i)
+        if (shot.connected[i] && held[i].fetch(d->clips[i], time)) inputs.images[i] = &held[i].image;
 
     if (frame < shot.start) {
         // The swarm has not started: the background as it stands, or nothing of the swarm.
-        std::vector<uint8_t> empty(frame_bytes(shot.geometry), 0);
+        std::vector<uint8_t> background(frame_bytes(shot.geometry), 0);
+        ImageToSpark(source.image, shot.place, shot.geometry.twelve_bit, background.data());
         if (mode == kSwarmOnly) {
-            const std::vector<uint8_t> white(empty.size(), 0xFF);
+            const std::vector<uint8_t> empty(background.size(), 0), white(background.size(), 0xFF);
             SwarmOnlyToImage(empty, white, shot.place, shot.geometry.twelve_bit, window, output.image);
         } else {
-            SparkToImage(inputs.clips[0], &inputs.clips[0], have_source ? &source.image : nullptr, shot.place,
+            SparkToImage(background, &background, have_source ? &source.image : nullptr, shot.place,
                          shot.geometry.twelve_bit, window, output.image);
         }
         return kOfxStatOK;
@@ -266,7 +266,7 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in) {
         job.draw = false;
         const uint64_t next_key = keys[(size_t)(f - shot.start + 1)];
         std::shared_ptr<const SimState> next =
-            engine.run(state, state_key, next_key, shot.geometry, job, step, nullptr, routes);
+            engine.run(state, state_key, next_key, shot.geometry, job, step, FrameDelivery(), routes);
         cache.store(next_key, f, next);
         state = next;
         state_key = next_key;
@@ -277,22 +277,29 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in) {
     job.settings = &settings_at(frame);
     job.events = shot.events.find(frame);
     const uint64_t after_key = keys[(size_t)(frame - shot.start + 1)];
-    std::vector<uint8_t> drawn;
+    const Image* source_image = have_source ? &source.image : nullptr;
     if (mode == kSwarmOnly) {
-        std::vector<uint8_t> over_white;
+        std::vector<uint8_t> over_black;
         job.background = Background::Black;
-        std::shared_ptr<const SimState> after =
-            engine.run(state, state_key, after_key, shot.geometry, job, inputs, &drawn, routes);
+        std::shared_ptr<const SimState> after = engine.run(
+            state, state_key, after_key, shot.geometry, job, inputs,
+            [&](const std::vector<uint8_t>& out, const std::vector<uint8_t>&) { over_black = out; }, routes);
         job.background = Background::White;
-        engine.run(state, state_key, after_key, shot.geometry, job, inputs, &over_white, routes);
+        engine.run(state, state_key, after_key, shot.geometry, job, inputs,
+                   [&](const std::vector<uint8_t>& out, const std::vector<uint8_t>&) {
+                       SwarmOnlyToImage(over_black, out, shot.place, shot.geometry.twelve_bit, window, output.image);
+                   },
+                   routes);
         cache.store(after_key, frame, after);
-        SwarmOnlyToImage(drawn, over_white, shot.place, shot.geometry.twelve_bit, window, output.image);
     } else {
-        std::shared_ptr<const SimState> after =
-            engine.run(state, state_key, after_key, shot.geometry, job, inputs, &drawn, routes);
+        std::shared_ptr<const SimState> after = engine.run(
+            state, state_key, after_key, shot.geometry, job, inputs,
+            [&](const std::vector<uint8_t>& out, const std::vector<uint8_t>& background) {
+                SparkToImage(out, &background, source_image, shot.place, shot.geometry.twelve_bit, window,
+                             output.image);
+            },
+            routes);
         cache.store(after_key, frame, after);
-        SparkToImage(drawn, &inputs.clips[0], have_source ? &source.image : nullptr, shot.place,
-                     shot.geometry.twelve_bit, window, output.image);
     }
     return kOfxStatOK;
 }

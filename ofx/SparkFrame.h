@@ -27,6 +27,7 @@ struct SparkFrame {
     // False while the panel's callbacks run outside a render: a callback that would render the
     // frame at once (a new preview resolution) is refused its buffers and renders nothing.
     bool buffers_ready = false;
+    bool black[kBufferCount] = {};  // buffers known to hold only zeros
     // Reads input clip `clip` (0 .. 4) at `frame` into a buffer of this geometry; false when the
     // clip has no picture there (the buffer is then black).
     std::function<bool(int clip, int frame, uint8_t* pixels)> fetch;

@@ -41,6 +41,8 @@ void call_job(void (*job)(), int nargs, const std::array<U, kMaxForkArgs>& a) {
 }  // namespace
 
 void SparkFrame::resize(int w, int h, bool twelve) {
+    if (w != width || h != height || twelve != twelve_bit)
+        for (bool& b : black) b = false;
     width = w;
     height = h;
     twelve_bit = twelve;

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
 
@@ -125,16 +126,17 @@ OfxStatus clip_image(OfxImageClipHandle c, OfxTime time, const OfxRectD*, OfxPro
     Clip* clip = C(c);
     Host* host = Host::current;
     const bool output = clip->name == kOfxImageEffectOutputClipName;
-    if (output ? !host->output_target : (!clip->connected || !clip->source)) return kOfxStatFailed;
-    // The output is the host's own picture, written in place; inputs are copies made for the call.
-    std::unique_ptr<Picture> pixels = output ? nullptr : std::make_unique<Picture>(clip->source(time));
-    Picture* shown = output ? host->output_target : pixels.get();
+    if (output ? !host->output_target : (!clip->connected || (!clip->source && !clip->still))) return kOfxStatFailed;
+    // The output is the host's own picture, written in place; inputs are copies made for the call
+    // unless the clip shows one still picture.
+    std::unique_ptr<Picture> pixels = output || clip->still ? nullptr : std::make_unique<Picture>(clip->source(time));
+    const Picture* shown = output ? host->output_target : clip->still ? clip->still.get() : pixels.get();
     auto image = std::make_unique<PropertySet>();
     image->set_str(kOfxPropType, kOfxTypeImage);
     image->set_str(kOfxImageEffectPropPixelDepth, shown->depth);
     image->set_str(kOfxImageEffectPropComponents, shown->components == 4 ? kOfxImageComponentRGBA
                                                   : shown->components == 3 ? kOfxImageComponentRGB : kOfxImageComponentAlpha);
-    Value data; data.p = shown->bytes.data();
+    Value data; data.p = const_cast<unsigned char*>(shown->bytes.data());
     image->set(kOfxImagePropData, 0, data);
     image->set_int(kOfxImagePropBounds, 0, 0); image->set_int(kOfxImagePropBounds, 0, 1);
     image->set_int(kOfxImagePropBounds, shown->width, 2); image->set_int(kOfxImagePropBounds, shown->height, 3);
@@ -156,8 +158,12 @@ OfxStatus clip_release(OfxPropertySetHandle h) {
 }
 OfxStatus clip_rod(OfxImageClipHandle c, OfxTime, OfxRectD* rod) {
     Clip* clip = C(c);
-    if (!clip->connected || !clip->source) return kOfxStatFailed;
-    Picture p = clip->source(1.0);
+    if (!clip->connected || (!clip->source && !clip->still)) return kOfxStatFailed;
+    if (clip->still) {
+        *rod = OfxRectD{0, 0, (double)clip->still->width, (double)clip->still->height};
+        return kOfxStatOK;
+    }
+    const Picture p = clip->source(1.0);
     *rod = OfxRectD{0, 0, (double)p.width, (double)p.height};
     return kOfxStatOK;
 }
@@ -379,9 +385,11 @@ void Host::destroy_instance(Effect& instance) { action(kOfxActionDestroyInstance
 
 Picture Host::render(Effect& e, double time, double scale) {
     Clip& source = *e.clips[kOfxImageEffectSimpleSourceClipName];
-    const Picture plate = source.source(time);
+    Picture plate;
+    if (!source.still) plate = source.source(time);
+    const Picture& shape = source.still ? *source.still : plate;
     Picture out;
-    out.allocate(plate.width, plate.height, 4, plate.depth);
+    out.allocate(shape.width, shape.height, 4, shape.depth);
     output_target = &out;
     PropertySet in;
     in.set_dbl(kOfxPropTime, time);
@@ -389,12 +397,14 @@ Picture Host::render(Effect& e, double time, double scale) {
     in.set_dbl(kOfxImageEffectPropRenderScale, scale, 1);
     in.set_int(kOfxImageEffectPropRenderWindow, 0, 0);
     in.set_int(kOfxImageEffectPropRenderWindow, 0, 1);
-    in.set_int(kOfxImageEffectPropRenderWindow, plate.width, 2);
-    in.set_int(kOfxImageEffectPropRenderWindow, plate.height, 3);
+    in.set_int(kOfxImageEffectPropRenderWindow, shape.width, 2);
+    in.set_int(kOfxImageEffectPropRenderWindow, shape.height, 3);
     in.set_str(kOfxImageEffectPropFieldToRender, kOfxImageFieldNone);
     in.set_int(kOfxImageEffectPropSequentialRenderStatus, 0);
     in.set_int(kOfxImageEffectPropInteractiveRenderStatus, 0);
+    const auto started = std::chrono::steady_clock::now();
     action(kOfxImageEffectActionRender, &e, &in, nullptr);
+    last_render_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     output_target = nullptr;
     return out;
 }
@@ -415,6 +425,13 @@ void Host::user_edit(Effect& e, const std::string& param, const std::vector<doub
 void Host::press(Effect& e, const std::string& param, double time) { user_edit(e, param, {}, time); }
 
 void Host::set_string(Effect& e, const std::string& param, const std::string& text) { e.params[param]->text = text; }
+
+void Host::connect_still(Effect& e, const std::string& clip, std::shared_ptr<const Picture> picture) {
+    Clip& c = *e.clips.at(clip);
+    c.connected = true;
+    c.still = std::move(picture);
+    c.props.set_int(kOfxImageClipPropConnected, 1);
+}
 
 void Host::connect(Effect& e, const std::string& clip, std::function<Picture(double)> source) {
     Clip& c = *e.clips.at(clip);

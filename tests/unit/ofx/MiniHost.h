@@ -60,6 +60,7 @@ struct Clip {
     PropertySet props;
     bool connected = false;
     std::function<Picture(double time)> source;  // what the clip shows at a time
+    std::shared_ptr<const Picture> still;        // or one picture at every time, handed out uncopied
 };
 
 class Host;
@@ -100,9 +101,11 @@ public:
     void set_string(Effect& effect, const std::string& param, const std::string& text);
     // Connects an input clip to a picture source.
     void connect(Effect& effect, const std::string& clip, std::function<Picture(double)> source);
+    void connect_still(Effect& effect, const std::string& clip, std::shared_ptr<const Picture> picture);
 
     std::vector<std::string> messages;  // every message the plug-in posted
     int last_action_status = 0;
+    double last_render_seconds = 0.0;  // the plug-in's time in the last Render action
 
     // Plumbing for the suite functions.
     static Host* current;
