@@ -9,6 +9,8 @@
 namespace minihost {
 
 Host* Host::current = nullptr;
+thread_local Picture* Host::output_target = nullptr;
+thread_local double Host::render_scale = 1.0;
 
 // ---- values -----------------------------------------------------------------------------------
 
@@ -130,6 +132,17 @@ OfxStatus clip_image(OfxImageClipHandle c, OfxTime time, const OfxRectD*, OfxPro
     // The output is the host's own picture, written in place; inputs are copies made for the call
     // unless the clip shows one still picture.
     std::unique_ptr<Picture> pixels = output || clip->still ? nullptr : std::make_unique<Picture>(clip->source(time));
+    if (pixels && host->render_scale != 1.0) {
+        // A proxy: each pixel takes the full-size pixel its centre falls in.
+        const double k = host->render_scale;
+        auto small = std::make_unique<Picture>();
+        small->allocate((int)(pixels->width * k), (int)(pixels->height * k), pixels->components, pixels->depth);
+        for (int y = 0; y < small->height; ++y)
+            for (int x = 0; x < small->width; ++x)
+                for (int ch = 0; ch < small->components; ++ch)
+                    small->put(x, y, ch, pixels->get((int)((x + 0.5) / k), (int)((y + 0.5) / k), ch));
+        pixels = std::move(small);
+    }
     const Picture* shown = output ? host->output_target : clip->still ? clip->still.get() : pixels.get();
     auto image = std::make_unique<PropertySet>();
     image->set_str(kOfxPropType, kOfxTypeImage);
@@ -142,12 +155,14 @@ OfxStatus clip_image(OfxImageClipHandle c, OfxTime time, const OfxRectD*, OfxPro
     image->set_int(kOfxImagePropBounds, shown->width, 2); image->set_int(kOfxImagePropBounds, shown->height, 3);
     image->set_int(kOfxImagePropRowBytes, (int)shown->row_bytes());
     *out = reinterpret_cast<OfxPropertySetHandle>(image.get());
+    std::lock_guard<std::mutex> hold(host->images_lock);
     host->images.push_back(std::move(image));
     host->image_pixels.push_back(std::move(pixels));
     return kOfxStatOK;
 }
 OfxStatus clip_release(OfxPropertySetHandle h) {
     Host* host = Host::current;
+    std::lock_guard<std::mutex> hold(host->images_lock);
     for (size_t i = 0; i < host->images.size(); ++i) {
         if (reinterpret_cast<OfxPropertySetHandle>(host->images[i].get()) != h) continue;
         host->images.erase(host->images.begin() + (long)i);
@@ -389,16 +404,17 @@ Picture Host::render(Effect& e, double time, double scale) {
     if (!source.still) plate = source.source(time);
     const Picture& shape = source.still ? *source.still : plate;
     Picture out;
-    out.allocate(shape.width, shape.height, 4, shape.depth);
+    out.allocate((int)(shape.width * scale), (int)(shape.height * scale), 4, shape.depth);
     output_target = &out;
+    render_scale = scale;
     PropertySet in;
     in.set_dbl(kOfxPropTime, time);
     in.set_dbl(kOfxImageEffectPropRenderScale, scale, 0);
     in.set_dbl(kOfxImageEffectPropRenderScale, scale, 1);
     in.set_int(kOfxImageEffectPropRenderWindow, 0, 0);
     in.set_int(kOfxImageEffectPropRenderWindow, 0, 1);
-    in.set_int(kOfxImageEffectPropRenderWindow, shape.width, 2);
-    in.set_int(kOfxImageEffectPropRenderWindow, shape.height, 3);
+    in.set_int(kOfxImageEffectPropRenderWindow, out.width, 2);
+    in.set_int(kOfxImageEffectPropRenderWindow, out.height, 3);
     in.set_str(kOfxImageEffectPropFieldToRender, kOfxImageFieldNone);
     in.set_int(kOfxImageEffectPropSequentialRenderStatus, 0);
     in.set_int(kOfxImageEffectPropInteractiveRenderStatus, 0);
@@ -406,6 +422,7 @@ Picture Host::render(Effect& e, double time, double scale) {
     action(kOfxImageEffectActionRender, &e, &in, nullptr);
     last_render_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     output_target = nullptr;
+    render_scale = 1.0;
     return out;
 }
 

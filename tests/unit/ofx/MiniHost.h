@@ -4,7 +4,9 @@
 #ifndef TESTS_UNIT_OFX_MINIHOST_H
 #define TESTS_UNIT_OFX_MINIHOST_H
 
+#include <atomic>
 #include <functional>
+#include <mutex>
 #include <map>
 #include <memory>
 #include <string>
@@ -104,8 +106,8 @@ public:
     void connect_still(Effect& effect, const std::string& clip, std::shared_ptr<const Picture> picture);
 
     std::vector<std::string> messages;  // every message the plug-in posted
-    int last_action_status = 0;
-    double last_render_seconds = 0.0;  // the plug-in's time in the last Render action
+    std::atomic<int> last_action_status{0};
+    std::atomic<double> last_render_seconds{0.0};  // the plug-in's time in the last Render action
 
     // Plumbing for the suite functions.
     static Host* current;
@@ -114,7 +116,11 @@ public:
     std::vector<std::unique_ptr<PropertySet>> images;  // live image handles
     std::vector<std::unique_ptr<Picture>> image_pixels;
     std::string context_;
-    Picture* output_target = nullptr;  // the picture a render writes into
+    // Per rendering thread: the picture a render writes into, and the scale inputs are handed
+    // out at; several threads may render at once, as compositors do.
+    static thread_local Picture* output_target;
+    static thread_local double render_scale;
+    std::mutex images_lock;
 
 private:
     void start(OfxPlugin* plugin);

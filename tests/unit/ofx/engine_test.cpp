@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <thread>
 
 #include "MiniHost.h"
 #include "ofx/Checkpoints.h"
@@ -113,6 +114,25 @@ TEST(OfxEngine, AnyOrderAnyInstanceSameBytes) {
     }
 }
 
+// Three threads at once, on fresh instances and on one instance, the same frame twice among
+// them, give the frames of one thread rendering in order.
+TEST(OfxEngine, ConcurrentRendersGiveTheSameBytes) {
+    CheckpointCache::shared().clear();
+    auto e = swarm();
+    std::vector<Picture> in_order;
+    for (int f = 1; f <= 9; ++f) in_order.push_back(host().render(*e, f));
+    CheckpointCache::shared().clear();
+    std::vector<std::unique_ptr<minihost::Effect>> fresh;
+    for (int i = 0; i < 3; ++i) fresh.push_back(swarm());
+    const int frames[6] = {9, 5, 9, 7, 3, 8};
+    Picture got[6];
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 6; ++i)
+        threads.emplace_back([&, i] { got[i] = host().render(i < 3 ? *fresh[(size_t)i] : *e, frames[i]); });
+    for (std::thread& t : threads) t.join();
+    for (int i = 0; i < 6; ++i) EXPECT_TRUE(same(got[i], in_order[(size_t)frames[i] - 1])) << "frame " << frames[i];
+}
+
 // A restart placed at frame 6 makes frame 6 the first frame of a new swarm: over a still plate it
 // is frame 1 again. The button writes the event as one undoable edit.
 TEST(OfxEngine, RestartButtonPlacesAnEventTheRenderReplays) {
@@ -203,4 +223,18 @@ TEST(OfxEngine, PanelCallbacksReachTheParameters) {
     EXPECT_NE(e->persistent.find("Birth Matte"), std::string::npos);
     host().user_edit(*e, "useBirthMatte", {0}, 1);
     EXPECT_EQ(e->persistent, "");
+}
+
+// At half scale the flock is the same flock, drawn from the same full-resolution frame: each
+// proxy pixel is the full frame's pixel its centre falls in.
+TEST(OfxEngine, ProxyScaleDrawsTheSameFlockSmaller) {
+    auto e = swarm();
+    const Picture full = host().render(*e, 7);
+    const Picture half = host().render(*e, 7, 0.5);
+    ASSERT_EQ(half.width, kW / 2);
+    int wrong = 0;
+    for (int y = 0; y < half.height; ++y)
+        for (int x = 0; x < half.width; ++x)
+            for (int c = 0; c < 4; ++c) wrong += half.get(x, y, c) != full.get(2 * x + 1, 2 * y + 1, c);
+    EXPECT_EQ(wrong, 0);
 }
