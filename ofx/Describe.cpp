@@ -218,6 +218,8 @@ OfxStatus Describe(OfxImageEffectHandle effect) {
     prop->propSetInt(props, kOfxImageEffectInstancePropSequentialRender, 0, 2);
     prop->propSetInt(props, kOfxImageEffectPluginPropFieldRenderTwiceAlways, 0, 0);
     prop->propSetInt(props, kOfxImageEffectPropSupportsMultipleClipDepths, 0, 0);
+    // The output's components and premultiplication follow the Output parameter.
+    prop->propSetString(props, kOfxImageEffectPropClipPreferencesSlaveParam, 0, kOutputParam);
     if (OfxPluginEntryPoint* overlay = OverlayEntryPoint())
         prop->propSetPointer(props, kOfxImageEffectPluginPropOverlayInteractV1, 0, (void*)overlay);
     return kOfxStatOK;

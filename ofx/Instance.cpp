@@ -294,9 +294,10 @@ OfxStatus GetClipPreferences(OfxImageEffectHandle effect, OfxPropertySetHandle o
     S().prop->propSetInt(out, kOfxImageEffectFrameVarying, 0, 1);
     int mode = kSwarmOverSource;
     if (d->output_mode) S().param->paramGetValue(d->output_mode, &mode);
-    S().prop->propSetString(out, kOfxImageEffectPropPreMultiplication, 0,
-                            mode == kSwarmOnly ? kOfxImagePreMultiplied : kOfxImageOpaque);
+    // Over the source the output keeps the source's alpha and so its premultiplication (the
+    // host's default); the swarm alone is premultiplied RGBA.
     if (mode == kSwarmOnly) {
+        S().prop->propSetString(out, kOfxImageEffectPropPreMultiplication, 0, kOfxImagePreMultiplied);
         const std::string name = std::string(kOfxImageClipPropComponents_) + kOfxImageEffectOutputClipName;
         S().prop->propSetString(out, name.c_str(), 0, kOfxImageComponentRGBA);
     }
