@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <map>
 #include <unistd.h>
 
 #include "Progress.h"
@@ -16,6 +17,7 @@
 #include "sparkhost/lib/Setup.h"
 #include "sparkhost/lib/ShotCatchUp.h"
 #include "sparkhost/lib/ShotEvents.h"
+#include "sparkhost/lib/ValueText.h"
 
 namespace sparkhost {
 
@@ -70,23 +72,27 @@ bool applyEdits(const RenderOptions& o, const RenderInputs& in, Plugin& plugin, 
         if (!parseEventOption(plugin.panel(), &host, text, &event, error)) return false;
         host.addEvent(event);
     }
+    std::map<std::pair<const Control*, int>, int> keyed;  // the line of each control's key at a frame
     for (const auto& key : in.keys) {
         const Control* c = plugin.panel().resolve(key.control, ControlUse::Animate, &host, error);
         if (!c) {
             *error = o.keys + ":" + std::to_string(key.line) + ": " + *error;
             return false;
         }
-        double lo, hi, step;
-        plugin.panel().range(*c, &lo, &hi, &step);
-        if (key.value < lo || key.value > hi) {
-            char text[256];
-            std::snprintf(text, sizeof text, "%s:%d: value %g of \"%s\" (%d) is outside its range %g to %g",
-                          o.keys.c_str(), key.line, double(key.value), plugin.panel().name(*c).c_str(), c->number,
-                          lo, hi);
-            *error = text;
+        auto refuse = [&](const std::string& why) {
+            *error = o.keys + ":" + std::to_string(key.line) + ": " + why;
             return false;
-        }
-        host.curve(Panel::channelType(*c), c->number).setKey(key.frame, key.value);
+        };
+        std::string why = plugin.panel().numberProblem(*c, key.value);
+        if (!why.empty())
+            return refuse("value " + formatNumber(key.value) + " of \"" + plugin.panel().name(*c) + "\" (" +
+                          std::to_string(c->number) + ") " + why);
+        Curve& curve = host.curve(Panel::channelType(*c), c->number);
+        if (keyed.count({c, key.frame}))
+            return refuse("a second key of \"" + plugin.panel().name(*c) + "\" at frame " + std::to_string(key.frame) +
+                          " (the first is on line " + std::to_string(keyed[{c, key.frame}]) + ")");
+        keyed[{c, key.frame}] = key.line;
+        curve.setKey(key.frame, key.value);
     }
     return true;
 }

@@ -84,8 +84,25 @@ public:
     bool setRawValue(const Control& c, const std::string& text, std::string* error) const;
 
     // A value as a person writes it: numbers, on/off, list entries by text or position (from 1),
-    // colours as #RRGGBB or R,G,B. Values outside the record's range are refused.
+    // colours as #RRGGBB or R,G,B. Values outside the record's range are refused, and so is any
+    // change of a control the plug-in has greyed out by locking its range.
     bool setValue(const Control& c, const std::string& text, std::string* error) const;
+
+    // The one rule for a value, whatever path it comes by (typed, keyed, read from a setup):
+    // a finite number, whole for an integer control, within the control's range. The range is
+    // the one the plug-in exported, or the record's present one where that is wider; greying out
+    // (which locks the range at the value) does not narrow it. Returns why a number cannot be the
+    // control's value, "" when it can: "is outside its range 1 to 999", "is not a whole number".
+    std::string numberProblem(const Control& c, double value) const;
+    // The same for the value the record holds now, list entries included ("" for the kinds
+    // without a range: checkboxes, colours, text), as "value 1650 is outside its range 1 to 999"
+    // or "entry 99 is outside its entries 0 to 7 (counted from 0)". A value outside the range there was stored
+    // by the plug-in itself, as Vesk's "Simple Food Hunt" stores Seed 1650 outside 1 to 999.
+    std::string recordProblem(const Control& c) const;
+    // The range the plug-in exported the control with.
+    bool configuredRange(const Control& c, double* min, double* max) const;
+    // '"Vesk Size" (SparkInt11)', or the record alone for a control without a title.
+    std::string shownName(const Control& c) const;
 
     // Finds the control a person means by a label name, channel name, number or record name.
     // On failure the error names the closest controls.

@@ -34,6 +34,52 @@ bool Panel::range(const Control& c, double* min, double* max, double* step) cons
     return false;
 }
 
+bool Panel::configuredRange(const Control& c, double* min, double* max) const {
+    if (c.kind == ControlKind::Int && c.initial.size() >= sizeof(SparkIntStruct)) {
+        SparkIntStruct exported;
+        std::memcpy(&exported, c.initial.data(), sizeof exported);
+        *min = exported.Min;
+        *max = exported.Max;
+        return true;
+    }
+    if ((c.kind == ControlKind::Float || c.kind == ControlKind::UserFloat) &&
+        c.initial.size() >= sizeof(SparkFloatStruct)) {
+        SparkFloatStruct exported;
+        std::memcpy(&exported, c.initial.data(), sizeof exported);
+        *min = exported.Min;
+        *max = exported.Max;
+        return true;
+    }
+    double step;
+    return range(c, min, max, &step);
+}
+
+std::string Panel::shownName(const Control& c) const {
+    return name(c).empty() ? c.record : quoted(name(c)) + " (" + c.record + ")";
+}
+
+std::string Panel::numberProblem(const Control& c, double v) const {
+    if (!std::isfinite(v)) return "is not a number";
+    if (c.kind == ControlKind::Int && v != std::floor(v)) return "is not a whole number";
+    double lo, hi, nowLo, nowHi, step;
+    if (!configuredRange(c, &lo, &hi) || !range(c, &nowLo, &nowHi, &step)) return "";
+    if ((v >= lo && v <= hi) || (v >= nowLo && v <= nowHi)) return "";
+    return "is outside its range " + formatNumber(lo) + " to " + formatNumber(hi);
+}
+
+std::string Panel::recordProblem(const Control& c) const {
+    if (isNumeric(c)) {
+        std::string why = numberProblem(c, numericValue(c));
+        return why.empty() ? why : "value " + rawValue(c) + " " + why;
+    }
+    if (c.kind != ControlKind::List) return "";
+    int entries = int(listEntries(c).size());
+    int index = c.asList()->Value;
+    if (index >= 0 && index < entries) return "";
+    return "entry " + std::to_string(index) + " is outside its entries 0 to " + std::to_string(entries - 1) +
+           " (counted from 0)";
+}
+
 double Panel::numericValue(const Control& c) const {
     switch (c.kind) {
     case ControlKind::Int: return c.asInt()->Value;
@@ -143,9 +189,8 @@ bool Panel::setRawValue(const Control& c, const std::string& text, std::string* 
 }
 
 bool Panel::setValue(const Control& c, const std::string& text, std::string* error) const {
-    std::string shownName = name(c).empty() ? c.record : quoted(name(c)) + " (" + c.record + ")";
     auto fail = [&](const std::string& why) {
-        if (error) *error = shownName + ": " + why;
+        if (error) *error = shownName(c) + ": " + why;
         return false;
     };
     switch (c.kind) {
@@ -156,14 +201,12 @@ bool Panel::setValue(const Control& c, const std::string& text, std::string* err
         if (!parseDouble(text, &v)) return fail("'" + text + "' is not a number");
         if (c.kind == ControlKind::Int && v != std::floor(v))
             return fail("'" + text + "' is not a whole number");
+        std::string why = numberProblem(c, v);
+        if (!why.empty()) return fail("value " + formatNumber(v) + " " + why);
         double lo, hi, step;
         range(c, &lo, &hi, &step);
-        if (v < lo || v > hi) {
-            std::string why = "value " + formatNumber(v) + " is outside its range " + formatNumber(lo) +
-                              " to " + formatNumber(hi);
-            if (lo == hi) why += " (the control is locked at " + formatNumber(lo) + ")";
-            return fail(why);
-        }
+        if (lo == hi && v != lo)
+            return fail("value " + formatNumber(v) + " cannot be set: the control is locked at " + formatNumber(lo));
         if (c.kind == ControlKind::Int) c.asInt()->Value = int(v);
         else c.asFloat()->Value = float(v);
         return true;

@@ -1,5 +1,9 @@
 #include "sparkhost/lib/Setup.h"
 
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -9,19 +13,32 @@
 #include "sparkhost/lib/Panel.h"
 #include "sparkhost/lib/SafeFile.h"
 #include "sparkhost/lib/ShotEvents.h"
+#include "sparkhost/lib/ValueText.h"
 
 namespace sparkhost {
+
+namespace {
+
+// Marks a value the plug-in stored outside its control's range.
+const std::string kStoredWord = "stored ";
+
+}  // namespace
 
 bool writeSetup(const Panel& panel, const Host& host, const std::string& path, std::string* error) {
     std::ostringstream out;
     out << "# sparkhost setup\n";
     for (const auto& c : panel.controls()) {
         if (c.kind == ControlKind::Push) continue;
+        // Only the plug-in can have put a value outside the range into a record (every value a
+        // person gives is checked): the line says so, and reads back as it was.
+        std::string problem = panel.recordProblem(c);
+        if (!problem.empty()) out << kStoredWord;
         out << c.record << " = " << panel.rawValue(c);
         // Text values run to the end of the line, so only the other kinds carry a comment.
         if (c.kind != ControlKind::String) {
             std::string label = panel.name(c);
             if (label.empty()) label = host.controlName(Panel::channelType(c), c.number);
+            if (!problem.empty()) label += (label.empty() ? "" : ": ") + std::string("as the plug-in stored it, ") + problem;
             if (!label.empty()) out << "  # " << label;
         }
         out << "\n";
@@ -66,17 +83,27 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
         if (t.empty() || t[0] == '#') continue;
         if (t.compare(0, 4, "key ") == 0) {
             std::istringstream in(t.substr(4));
-            std::string record;
-            int frame;
-            float value;
-            if (!(in >> record >> frame >> value)) return bad("a key needs a record, a frame and a value");
+            std::string record, frameText, valueText, extra;
+            long frame = 0;
+            double value = 0;
+            if (!(in >> record >> frameText >> valueText) || (in >> extra))
+                return bad("a key needs a record, a frame and a value");
+            if (!parseLong(frameText, &frame) || frame < INT_MIN || frame > INT_MAX)
+                return bad("the key's frame '" + frameText + "' is not a whole number");
+            if (!parseDouble(valueText, &value) || std::fabs(value) > FLT_MAX)
+                return bad("the key's value '" + valueText + "' is not a number");
             const Control* c = panel.findRecord(record);
             if (!c || !panel.isNumeric(*c)) {
                 host.report(HostMessage::Note, path + ": skipping keys of '" + record +
                                                    "', which this plug-in cannot animate");
                 continue;
             }
-            host.curve(Panel::channelType(*c), c->number).setKey(frame, value);
+            std::string why = panel.numberProblem(*c, value);
+            if (!why.empty()) return bad(panel.shownName(*c) + ": key value " + valueText + " " + why);
+            Curve& curve = host.curve(Panel::channelType(*c), c->number);
+            if (curve.keys().count(int(frame)))
+                return bad(panel.shownName(*c) + " has a second key at frame " + frameText);
+            curve.setKey(int(frame), float(value));
             continue;
         }
         if (t.compare(0, 6, "event ") == 0) {
@@ -98,6 +125,8 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
             host.setShotStart(frame);
             continue;
         }
+        bool stored = t.compare(0, kStoredWord.size(), kStoredWord) == 0;
+        if (stored) line = t.substr(kStoredWord.size());
         size_t eq = line.find(" = ");
         if (eq == std::string::npos) return bad("expected 'record = value'");
         std::string record = trim(line.substr(0, eq));
@@ -114,7 +143,14 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
             value = trim(value);
         }
         std::string why;
+        std::vector<unsigned char> before(static_cast<unsigned char*>(c->address),
+                                          static_cast<unsigned char*>(c->address) + recordSize(c->kind));
         if (!panel.setRawValue(*c, value, &why)) return bad(why);
+        why = panel.recordProblem(*c);
+        if (!stored && !why.empty()) {
+            std::copy(before.begin(), before.end(), static_cast<unsigned char*>(c->address));
+            return bad(panel.shownName(*c) + ": " + why);
+        }
     }
     return true;
 }

@@ -12,6 +12,11 @@
 // colours as packed words); "key record frame value" lines give the keys of a curve, and a
 // "shot-start frame" line the first frame of the shot the setup renders (see ShotCatchUp.h), and
 // "event frame record" lines the buttons placed at frames of the shot (see ShotEvents.h).
+//
+// Values follow the rule every path follows (Panel::numberProblem): finite, whole for integer
+// controls, within the range, list positions within the list. A value the plug-in itself stored
+// outside the range (a preset's) is written as "stored record = value" and read back as it is;
+// any other value outside is an error naming the file, the line and the range.
 #ifndef SPARKHOST_LIB_SETUP_H
 #define SPARKHOST_LIB_SETUP_H
 
@@ -25,7 +30,8 @@ class Panel;
 bool writeSetup(const Panel& panel, const Host& host, const std::string& path, std::string* error);
 // Values of records the plug-in does not have are reported and skipped; a loaded setup replaces
 // every curve and every event the host held. An event of a record that is not one of the
-// plug-in's simulation buttons, or at a frame that is not whole, is an error naming the line.
+// plug-in's simulation buttons, or at a frame that is not whole, is an error naming the line, as
+// are two keys of one curve at one frame.
 bool readSetup(const Panel& panel, Host& host, const std::string& path, std::string* error);
 
 }  // namespace sparkhost
