@@ -30,6 +30,25 @@ bool outsideUnit(float v) {
     return !(v >= -tolerance && v <= 1.0f + tolerance);
 }
 
+// NaN has no colour: each NaN value becomes 0, so the pixel shows black whatever path its file
+// takes (a conversion to codes would otherwise make it full or zero depending on the path).
+// Returns the number of pixels that held one.
+long long blackenNaN(FloatImage& image) {
+    long long pixels = 0;
+    for (size_t i = 0; i + 2 < image.rgb.size(); i += 3) {
+        bool found = false;
+        for (size_t c = i; c < i + 3; ++c) {
+            if (!std::isnan(image.rgb[c])) continue;
+            image.rgb[c] = 0.0f;
+            found = true;
+        }
+        pixels += found;
+    }
+    return pixels;
+}
+
+std::string pixelCount(long long pixels) { return std::to_string(pixels) + " pixel" + (pixels == 1 ? "" : "s"); }
+
 }  // namespace
 
 struct ColourManagement::Impl {
@@ -44,6 +63,7 @@ struct ColourManagement::Impl {
     std::map<int, std::set<std::string>> clipTransforms;
     std::set<std::string> outputTransforms;
     std::map<int, long long> clipped;
+    std::map<int, long long> notNumbers;  // pixels with a NaN, taken as black
     std::vector<std::unique_ptr<FloatImage>> spare;  // float images kept for the next frame
     mutable std::mutex mutex;        // the processors and records above; reads and writes overlap
 
@@ -221,16 +241,24 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     FloatImage& image = *loan;
     image.floatFile = false;
     bool ok;
-    if (m.off)
-        ok = readImage(path, depthCode, out, error);
-    else if (from.empty() || from == kRaw)
+    if (m.off || from.empty() || from == kRaw)
         ok = readImageAsStored(path, depthCode, out, &image, error);  // integer files stay as they are
     else
         ok = readImageFloat(path, &image, error);
     if (!ok) return false;
-    if (m.off || ((from.empty() || from == kRaw) && !image.floatFile)) {
+    if ((m.off || from.empty() || from == kRaw) && !image.floatFile) {
         std::lock_guard<std::mutex> lock(m.mutex);
         m.clipTransforms[clip].insert("taken as it is");
+        return true;
+    }
+    long long blackened = blackenNaN(image);
+    if (m.off) {
+        {
+            std::lock_guard<std::mutex> lock(m.mutex);
+            m.clipTransforms[clip].insert("taken as it is");
+            m.notNumbers[clip] += blackened;
+        }
+        frameFromFloat(image, depthCode, out);
         return true;
     }
     if (from.empty() && !m.linearDefault(path, &from, error)) return false;
@@ -239,12 +267,15 @@ bool ColourManagement::readClip(int clip, const std::string& path, int depthCode
     if (!m.processor(from, m.working, &convert, error)) return false;
     if (convert) convert->apply(image.rgb.data(), image.width, image.height, 3, sizeof(float), 3 * sizeof(float),
                                 3 * sizeof(float) * image.width);
+    // A transform may make NaN of values it has no answer for.
+    if (convert) blackened += blackenNaN(image);
     long long lost = 0;
     for (size_t i = 0; i < image.rgb.size(); i += 3)
         lost += outsideUnit(image.rgb[i]) || outsideUnit(image.rgb[i + 1]) || outsideUnit(image.rgb[i + 2]);
     {
         std::lock_guard<std::mutex> lock(m.mutex);
         m.clipped[clip] += lost;
+        m.notNumbers[clip] += blackened;
         m.clipTransforms[clip].insert(convert ? from + " -> " + m.working : "taken as it is (float)");
     }
     frameFromFloat(image, depthCode, out);
@@ -299,7 +330,19 @@ long long ColourManagement::clippedPixels(int clip) const {
 std::vector<std::string> ColourManagement::report() const {
     const Impl& m = *impl_;
     std::vector<std::string> lines;
-    if (m.off) return {"colour: management off, every file taken as it is"};
+    auto notNumbers = [&m](int clip) {
+        auto found = m.notNumbers.find(clip);
+        long long pixels = found == m.notNumbers.end() ? 0 : found->second;
+        return pixels ? "; " + pixelCount(pixels) + " not a number (NaN), taken as black" : std::string();
+    };
+    if (m.off) {
+        lines.push_back("colour: management off, every file taken as it is");
+        for (const auto& clip : m.clipTransforms) {
+            std::string nan = notNumbers(clip.first);
+            if (!nan.empty()) lines.push_back("colour: clip " + std::to_string(clip.first + 1) + ":" + nan.substr(1));
+        }
+        return lines;
+    }
     auto join = [](const std::set<std::string>& parts) {
         std::string all;
         for (const auto& p : parts) all += (all.empty() ? "" : ", ") + p;
@@ -308,10 +351,8 @@ std::vector<std::string> ColourManagement::report() const {
     for (const auto& clip : m.clipTransforms) {
         std::string line = "colour: clip " + std::to_string(clip.first + 1) + ": " + join(clip.second);
         long long lost = clippedPixels(clip.first);
-        if (lost)
-            line += "; " + std::to_string(lost) + " pixel" + (lost == 1 ? "" : "s") +
-                    " clipped (values outside what '" + m.working + "' holds)";
-        lines.push_back(line);
+        if (lost) line += "; " + pixelCount(lost) + " clipped (values outside what '" + m.working + "' holds)";
+        lines.push_back(line + notNumbers(clip.first));
     }
     if (!m.outputTransforms.empty()) lines.push_back("colour: output: " + join(m.outputTransforms));
     return lines;

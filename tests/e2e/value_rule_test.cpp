@@ -1,6 +1,8 @@
 // One rule for a value on every path: what a person gives (--set, keys, setups) is a finite number,
 // whole for an integer control, within the range; a value the plug-in stores itself outside the
 // range (the "Simple Food Hunt" preset's Seed 1650, outside 1 to 999) survives a saved setup.
+#include <cmath>
+
 #include "harness.h"
 
 using harness::with;
@@ -79,5 +81,41 @@ TEST(ValueRule, EveryPathRefusesWhatAPersonCannotGive) {
         EXPECT_EQ(r.code, 2) << c.second << "\n" << r.err;
         EXPECT_TRUE(harness::contains(r.err, c.second)) << r.err;
         EXPECT_TRUE(harness::isEmptyDir(out)) << c.second;
+    }
+}
+
+// A float plate whose pixels 1, 4 and 6 hold NaN (pixel 4 in red only) comes out black there, with
+// and without colour management, and each render counts the three pixels once.
+TEST(ValueRule, NaNInAFloatPlateIsBlackOnEveryPath) {
+    std::string dir = harness::freshDir("value_rule_nan");
+    const float nan = std::nanf("");
+    sparkhost::FloatImage plate;
+    plate.width = 4;
+    plate.height = 2;
+    for (int p = 0; p < 8; ++p) {
+        bool all = p == 1 || p == 6;
+        plate.rgb.push_back(all || p == 4 ? nan : 0.5f);
+        plate.rgb.push_back(all ? nan : 0.0f);
+        plate.rgb.push_back(all ? nan : 0.0f);
+    }
+    std::string error;
+    ASSERT_TRUE(sparkhost::writeImageFloat(dir + "/plate.exr", plate, true, &error)) << error;
+    for (const char* mode : {"managed", "off"}) {
+        std::vector<std::string> args = {"render", harness::copyFixture(), "--frames", "1-2", "--clip",
+                                         "1=" + dir + "/plate.exr", "-o", dir + "/" + mode + ".####.png"};
+        if (std::string(mode) == "off") args.push_back("--no-colour-management");
+        harness::Outcome r = harness::runSparkhost(args);
+        ASSERT_EQ(r.code, 0) << r.err;
+        const std::string note = "3 pixels not a number (NaN), taken as black";
+        size_t at = r.err.find(note);
+        EXPECT_NE(at, std::string::npos) << mode << ": " << r.err;
+        EXPECT_EQ(r.err.find(note, at + 1), std::string::npos) << mode << ": reported twice: " << r.err;
+        sparkhost::FrameBuffer out = harness::readFrame(harness::framePath(dir + "/" + mode + ".####.png", 1));
+        ASSERT_EQ(out.width(), 4);
+        const uint8_t* px = out.data();
+        for (int p : {1, 6})
+            for (int c = 0; c < 3; ++c) EXPECT_EQ(px[3 * p + c], 0) << mode << ", pixel " << p << ", channel " << c;
+        EXPECT_EQ(px[3 * 4], 0) << mode << ": the NaN red of pixel 4";
+        EXPECT_GT(px[3 * 0], 0) << mode << ": a red of 0.5 is not black";
     }
 }
