@@ -31,8 +31,9 @@ TEST(PanelThroughTheHost, SimpleFoodHuntAndAmplitudeImport) {
          "Import Amplitude File", "--save-setup", dir + "/after.setup", "-o", dir + "/frame.####.png"});
     ASSERT_EQ(run.code, 0) << run.err;
     const std::string setup = harness::readFile(dir + "/after.setup");
-    // Seed 1650 passes as it is although the panel stops at 999; Five Point Star is entry 5.
-    EXPECT_EQ(saved(setup, "SparkInt12 = "), 1650);
+    // Seed 1650 passes as it is although the panel stops at 999 (the setup marks it as the
+    // plug-in's own value); Five Point Star is entry 5.
+    EXPECT_EQ(saved(setup, "stored SparkInt12 = "), 1650);
     EXPECT_EQ(saved(setup, "SparkPup42 = "), 5);
     EXPECT_EQ(saved(setup, "SparkFloat15 = "), 25);
     EXPECT_EQ(saved(setup, "SparkBoolean101 = "), 1);  // the switches page is left alone
