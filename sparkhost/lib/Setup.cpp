@@ -98,7 +98,8 @@ bool readSetup(const Panel& panel, Host& host, const std::string& path, std::str
                                                    "', which this plug-in cannot animate");
                 continue;
             }
-            std::string why = panel.numberProblem(*c, value);
+            // Checked as the curve holds it, in single precision, so that a saved key reads back.
+            std::string why = panel.numberProblem(*c, double(float(value)));
             if (!why.empty()) return bad(panel.shownName(*c) + ": key value " + valueText + " " + why);
             Curve& curve = host.curve(Panel::channelType(*c), c->number);
             if (curve.keys().count(int(frame)))
