@@ -276,7 +276,8 @@ OfxStatus InstanceChanged(OfxImageEffectHandle effect, OfxPropertySetHandle in) 
     const std::string name = PropString(in, kOfxPropName);
     const std::string reason = PropString(in, kOfxPropChangeReason);
     const double time = current_time(*d, in);
-    new_generation(*d);
+    // A value that changed only because time moved changes no frame; anything else may.
+    if (reason != kOfxChangeTime) new_generation(*d);
     if (reason == kOfxChangeUserEdited && type == kOfxTypeParameter) {
         for (const EventButtonParam& b : kEventButtonParams)
             if (name == b.name) press_event_button(*d, (EventButton)b.button, time);

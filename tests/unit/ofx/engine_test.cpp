@@ -238,3 +238,20 @@ TEST(OfxEngine, ProxyScaleDrawsTheSameFlockSmaller) {
             for (int c = 0; c < 4; ++c) wrong += half.get(x, y, c) != full.get(2 * x + 1, 2 * y + 1, c);
     EXPECT_EQ(wrong, 0);
 }
+
+// The Events text: events at one frame keep the order they are listed in, names are read without
+// case or blanks, comments and blank lines are skipped, and each bad line is reported by number
+// while the good ones stand.
+TEST(OfxEngine, EventsTextIsReadLineByLine) {
+    const vesk_ofx::EventList list = vesk_ofx::ParseEvents(
+        "12 Advance\n\n# a comment\n12 restart + preroll\n7 PreRoll  # why\nseven Restart\n9 Jump\n");
+    using B = vesk_ofx::EventButton;
+    ASSERT_NE(list.find(12), nullptr);
+    EXPECT_EQ(*list.find(12), (std::vector<B>{B::Advance, B::RestartPreRoll}));
+    EXPECT_EQ(*list.find(7), (std::vector<B>{B::PreRoll}));
+    EXPECT_EQ(list.find(9), nullptr);
+    ASSERT_EQ(list.errors.size(), 2u);
+    EXPECT_NE(list.errors[0].find("line 6"), std::string::npos);
+    EXPECT_NE(list.errors[1].find("Jump"), std::string::npos);
+    EXPECT_EQ(vesk_ofx::AppendEvent("3 Restart", 8, B::Advance), "3 Restart\n8 Advance\n");
+}
