@@ -1,6 +1,8 @@
 #include "RenderOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <cfloat>
+#include <cstdlib>
 
 #include "ColourOptions.h"
 
@@ -25,8 +27,15 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
                                                      "the range are processed without being written, so "
                                                      "a chunk matches the same frames of one long render")
         ->check(CLI::NonNegativeNumber);
-    render->add_option("--pixel-aspect", o.pixelAspect, "Pixel aspect ratio the host reports (default 1)")
-        ->check(CLI::PositiveNumber);
+    // The ratio reaches the plug-in as a float: zero, negatives, not-a-number, infinities and values
+    // single precision turns into zero or infinity are refused.
+    render->add_option("--pixel-aspect", o.pixelAspect, "Pixel aspect ratio the host reports, a positive number (default 1)")
+        ->check(CLI::Validator([](std::string& text) {
+            char* end = nullptr;
+            const double v = std::strtod(text.c_str(), &end);
+            const bool ok = end != text.c_str() && *end == '\0' && v >= FLT_MIN && v <= FLT_MAX;
+            return ok ? std::string() : "must be a positive number, not '" + text + "'";
+        }, "POSITIVE"));
     render->add_option("--resolution", o.resolution, "Working resolution, an entry of the plug-in's "
                                                      "resolution list: FULL, 1/2, 1/3, 1/4 ...");
     render->add_option("--set", o.sets, "Set a control: NAME=VALUE, NAME being the label without its "

@@ -2,6 +2,10 @@
 // few pixels and at odd sizes, at every preview resolution and both depths. The plug-in must draw
 // every frame; the suite's sanitizer build turns any memory fault or undefined behaviour on the
 // way into a failure.
+#include <cfloat>
+#include <climits>
+#include <cmath>
+
 #include "harness.h"
 #include "sparkhost/lib/ValueText.h"
 
@@ -85,4 +89,23 @@ TEST(ControlSweep, LargestFlockWithEveryRuleOn)
         p.plugin.startRender();
         ASSERT_EQ(p.plugin.renderFrame(1), p.host.buffer(1).words());
     }
+}
+
+// sparkhost passes only ratios a picture can have: anything else is refused by name, before any
+// frame, with exit code 2.
+TEST(ControlSweep, SparkhostRefusesPixelAspectsNoPictureHas)
+{
+    const std::string dir = harness::freshDir("pixel_aspect");
+    for (const char* aspect : {"nan", "-nan", "0", "-0", "-1", "inf", "-inf", "1e39", "1e-50", "two", "1.5x"}) {
+        SCOPED_TRACE(aspect);
+        harness::Outcome r = harness::runSparkhost({"render", harness::vesk(), "--frames", "1", "--size", "16x9",
+                                                    "--pixel-aspect", aspect, "-o", dir + "/f.####.png"});
+        EXPECT_EQ(r.code, 2);
+        EXPECT_TRUE(harness::contains(r.err, "--pixel-aspect")) << r.err;
+        EXPECT_TRUE(harness::contains(r.err, "positive number")) << r.err;
+        EXPECT_TRUE(harness::isEmptyDir(dir));
+    }
+    harness::Outcome r = harness::runSparkhost({"render", harness::vesk(), "--frames", "1", "--size", "16x9",
+                                                "--pixel-aspect", "0.5", "-o", dir + "/f.####.png"});
+    EXPECT_EQ(r.code, 0) << r.err;
 }

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -45,9 +46,9 @@ inline bool exists(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0;
 }
 
-// A new empty folder for one test.
+// A new empty folder for one test, inside the test program's own temporary folder.
 inline std::string freshDir(const std::string& name) {
-    std::string dir = testing::TempDir() + "/e2e_" + name + "_" + std::to_string(::getpid());
+    std::string dir = testing::TempDir() + name;
     std::string clear = "rm -rf '" + dir + "'";
     if (std::system(clear.c_str()) != 0) ADD_FAILURE() << "cannot clear " << dir;
     ::mkdir(dir.c_str(), 0755);
@@ -97,10 +98,12 @@ struct Run {
 // Inside a TEST body an unqualified Run means the test's own Run(); this name has no such clash.
 using Outcome = Run;
 
-// Starts sparkhost with the arguments in workDir (when given), standard input closed and its two
-// output streams sent to the files named (or to /dev/null when empty).
+// Starts sparkhost with the arguments in workDir (when given), standard input closed, its two
+// output streams sent to the files named (or to /dev/null when empty) and the environment
+// variables of extraEnv ("NAME=value") added to this process's.
 inline pid_t startSparkhost(const std::vector<std::string>& args, const std::string& workDir = "",
-                            const std::string& outPath = "", const std::string& errPath = "") {
+                            const std::string& outPath = "", const std::string& errPath = "",
+                            const std::vector<std::string>& extraEnv = {}) {
     // Everything the child needs is made before the fork: a child of a threaded process may only
     // make async-signal-safe calls until it runs the program.
     std::vector<std::string> all = {sparkhostPath()};
@@ -108,6 +111,16 @@ inline pid_t startSparkhost(const std::vector<std::string>& args, const std::str
     std::vector<char*> argv;
     for (auto& a : all) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
+    std::vector<char*> envp;
+    auto replaced = [&](const char* e) {
+        for (auto& x : extraEnv)
+            if (std::strncmp(x.c_str(), e, x.find('=') + 1) == 0) return true;
+        return false;
+    };
+    for (char** e = environ; *e; ++e)
+        if (!replaced(*e)) envp.push_back(*e);
+    for (auto& e : extraEnv) envp.push_back(const_cast<char*>(e.c_str()));
+    envp.push_back(nullptr);
     const char* chdirTo = workDir.empty() ? nullptr : workDir.c_str();
     const char* outFile = outPath.empty() ? "/dev/null" : outPath.c_str();
     const char* errFile = errPath.empty() ? "/dev/null" : errPath.c_str();
@@ -117,18 +130,19 @@ inline pid_t startSparkhost(const std::vector<std::string>& args, const std::str
         ::dup2(::open(outFile, O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
         ::dup2(::open(errFile, O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
         if (chdirTo && ::chdir(chdirTo) != 0) ::_exit(126);
-        ::execv(argv[0], argv.data());
+        ::execve(argv[0], argv.data(), envp.data());
         ::_exit(127);
     }
     return pid;
 }
 
 // Runs sparkhost and waits for it.
-inline Run runSparkhost(const std::vector<std::string>& args, const std::string& workDir = "") {
+inline Run runSparkhost(const std::vector<std::string>& args, const std::string& workDir = "",
+                        const std::vector<std::string>& extraEnv = {}) {
     std::string base = testing::TempDir() + "/sparkhost_" + std::to_string(::getpid());
     Run run;
     int status = 0;
-    ::waitpid(startSparkhost(args, workDir, base + ".out", base + ".err"), &status, 0);
+    ::waitpid(startSparkhost(args, workDir, base + ".out", base + ".err", extraEnv), &status, 0);
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     run.out = readFile(base + ".out");
     run.err = readFile(base + ".err");

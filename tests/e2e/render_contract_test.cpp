@@ -56,3 +56,58 @@ TEST(RenderContract, AChunkOfAShotMatchesTheLongRender) {
     // Without the shot start the chunk starts a fresh swarm at frame 7.
     EXPECT_FALSE(frame("cold", 7) == frame("whole", 7));
 }
+
+namespace {
+
+const std::string kExamples = std::string(VESK_SOURCE_DIR) + "/examples/";
+const char* const kWithoutFma = "GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-FMA,-AVX512F";
+
+// The scenes of the examples, each a few frames into its shot (the swarm has moved), at both
+// depths, and the swarm of the tests above.
+std::vector<std::vector<std::string>> exampleScenes(const std::string& dir) {
+    const std::string plate = "1=" + kExamples + "plates/plate.png";
+    auto scene = [&](const std::string& name, std::vector<std::string> extra) {
+        std::vector<std::string> args = {"render", harness::vesk(), "--frames", "1-6", "--clip", plate,
+                                         "-o", dir + "/" + name + ".####.png"};
+        return with(args, extra);
+    };
+    return {scene("hunt", {"--setup", kExamples + "food-hunt.setup"}),
+            scene("hunt12", {"--setup", kExamples + "food-hunt.setup", "--depth", "12"}),
+            scene("predator", {"--setup", kExamples + "predator.setup", "--keys", kExamples + "predator-path.keys"}),
+            scene("blobs", {"--setup", kExamples + "blobs-from-matte.setup", "--clip",
+                            "4=" + kExamples + "plates/birth-matte.png"}),
+            scene("sprites", {"--setup", kExamples + "sprites.setup", "--clip", "2=" + kExamples + "plates/texture.png",
+                              "--clip", "3=" + kExamples + "plates/texture-matte.png"}),
+            scene("food", {"--press", "Simple Food Hunt", "--keys", kExamples + "food-path.keys"}),
+            swarmJob("1-6", dir + "/swarm.####.png")};
+}
+
+// True when the dynamic loader, under the environment given, counts the processor as one with
+// AVX2 and FMA (the x86-64-v3 level).
+bool loaderSeesFma(const std::string& env) {
+    std::string command = env + " /lib64/ld-linux-x86-64.so.2 --help 2>/dev/null | grep -q 'x86-64-v3 (supported'";
+    return std::system(command.c_str()) == 0;
+}
+
+}  // namespace
+
+// glibc picks other implementations of exp, log, sin, sincos and acos on processors without FMA,
+// and they differ in the last bit for a few inputs in ten thousand. The plug-in rounds every such
+// result to float, so a render on such a processor gives the same bytes.
+TEST(RenderContract, ProcessorsWithoutFmaRenderTheSameBytes) {
+    if (!loaderSeesFma("")) GTEST_SKIP() << "this processor has no FMA: both renders would take the same path";
+    ASSERT_FALSE(loaderSeesFma(kWithoutFma)) << "the loader does not take the tunable";
+    std::string with_fma = harness::freshDir("fma"), without_fma = harness::freshDir("no_fma");
+    auto a = exampleScenes(with_fma), b = exampleScenes(without_fma);
+    for (size_t i = 0; i < a.size(); ++i) {
+        harness::Outcome r = harness::runSparkhost(a[i]);
+        ASSERT_EQ(r.code, 0) << r.err;
+        r = harness::runSparkhost(b[i], "", {kWithoutFma});
+        ASSERT_EQ(r.code, 0) << r.err;
+    }
+    for (const char* name : {"hunt", "hunt12", "predator", "blobs", "sprites", "food", "swarm"})
+        for (int f = 1; f <= 6; ++f) {
+            ASSERT_FALSE(frameBytes(with_fma, name, f).empty()) << name << ", frame " << f;
+            EXPECT_TRUE(frameBytes(with_fma, name, f) == frameBytes(without_fma, name, f)) << name << ", frame " << f;
+        }
+}
