@@ -91,7 +91,6 @@ T* record_of(int number, RecordType type) {
 // Factory copies of the records, taken before any edit.
 std::map<int, std::vector<unsigned char>> g_factory;
 SparkFloatStruct g_factory_amplitude;
-std::once_flag g_factory_once;
 
 size_t record_size(RecordType type) {
     switch (type) {
@@ -199,13 +198,17 @@ const ControlParam* FindControlParam(const std::string& name) {
 }
 
 void SnapshotFactoryRecords() {
-    std::call_once(g_factory_once, [] {
+    // Once, by a function-local static: std::call_once would need a newer C library than hosts
+    // on glibc 2.28 have (pthread_once@GLIBC_2.34) and the C++ runtime's thread-local state.
+    static const bool taken = [] {
         for (const auto& entry : records()) {
             const unsigned char* bytes = static_cast<const unsigned char*>(entry.second.record);
             g_factory[entry.first].assign(bytes, bytes + record_size(entry.second.type));
         }
         g_factory_amplitude = SparkUserFloat93;
-    });
+        return true;
+    }();
+    (void)taken;
 }
 
 std::string ParamLabel(const ControlParam& p) {
