@@ -128,6 +128,8 @@ void run_callback(InstanceData& d, const ControlParam& p, double time) {
     bool changed = !keys.empty();
     for (size_t i = 0; i < before.values.size() && !changed; ++i) changed = before.values[i] != after.values[i];
     if (!changed) return;
+    // Whatever the callback wrote may be read by the simulation.
+    new_generation(d);
     S().param->paramEditBegin(d.params, ParamLabel(p).c_str());
     WriteChanged(d, before, after, time);
     const ControlParam* amplitude = FindControlParam("amplitudeImport");
@@ -276,8 +278,13 @@ OfxStatus InstanceChanged(OfxImageEffectHandle effect, OfxPropertySetHandle in) 
     const std::string name = PropString(in, kOfxPropName);
     const std::string reason = PropString(in, kOfxPropChangeReason);
     const double time = current_time(*d, in);
-    // A value that changed only because time moved changes no frame; anything else may.
-    if (reason != kOfxChangeTime) new_generation(*d);
+    // A value that changed only because time moved changes no state, nor does a parameter only
+    // the drawing reads; anything else may change the states of every frame.
+    const ControlParam* control = FindControlParam(name);
+    const bool drawing_only = type == kOfxTypeParameter &&
+                              ((control && !control->simulation && control->kind != ParamKind::Button) ||
+                               name == kOutputParam || name == kAmplitudeFileParam);
+    if (reason != kOfxChangeTime && !drawing_only) new_generation(*d);
     if (reason == kOfxChangeUserEdited && type == kOfxTypeParameter) {
         for (const EventButtonParam& b : kEventButtonParams)
             if (name == b.name) press_event_button(*d, (EventButton)b.button, time);

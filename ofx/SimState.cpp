@@ -120,9 +120,11 @@ void RestoreSimState(Vesk& effect, const SimState& state) {
     s->live_count = count;
 
     effect.random_state = state.random_state;
-    // The table in memory may belong to another Seed: the next frame fills it again, which for
-    // the seeds the panel allows gives the very table and generator state the saved run had.
-    effect.random_table_seed = -1;
+    // The table in memory is kept when it was filled from the same Seed (for seeds of zero or
+    // more the table and the generator state after the fill depend on the seed alone);
+    // otherwise the next frame fills it again, as the saved run's frame did.
+    const int live_seed = effect.random_table_seed;
+    effect.random_table_seed = live_seed >= 0 && live_seed == state.random_table_seed ? live_seed : -1;
     effect.random_state_after = state.random_state_after;
     effect.random_shuffle_after = state.random_shuffle_after;
     ran1fQ4SetState(state.ran1f);
