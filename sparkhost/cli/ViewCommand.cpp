@@ -1,6 +1,7 @@
 #include "ViewCommand.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "RenderChecks.h"
 #include "RenderCommand.h"
@@ -22,6 +23,8 @@ void addViewCommand(CLI::App& app, ViewCommand& v) {
     view->add_flag("--every-frame-steps", o.everyFrameSteps,
                    "Every processed frame advances the simulation and nothing is replayed, as in an "
                    "IFFFS host (by default frame N shows what `render` writes at N)");
+    view->add_option("--fps", v.fps, "Play rate in frames per second: the shot's rate (default 24), "
+                                     "or 'max' to play each frame as soon as it is made");
     view->add_option("--screenshot", o.screenshot, "Render the first frame, save a picture of the "
                                                    "whole window (PNG) and exit");
     view->add_option("--script", o.script, "Run the scripted actions of a file, then exit "
@@ -33,6 +36,19 @@ void addViewCommand(CLI::App& app, ViewCommand& v) {
 }
 
 int runViewCommand(ViewCommand& v) {
+    if (!v.fps.empty()) {
+        char* end = nullptr;
+        const double fps = std::strtod(v.fps.c_str(), &end);
+        if (v.fps == "max") {
+            v.options.fps = 0.0;
+        } else if (end == v.fps.c_str() || *end || !(fps >= 1.0 && fps <= 1000.0)) {
+            std::fprintf(stderr, "sparkhost: bad --fps '%s': write frames per second from 1 to 1000, or max\n",
+                         v.fps.c_str());
+            return 2;
+        } else {
+            v.options.fps = fps;
+        }
+    }
     if (!v.size.empty()) {
         std::string error;
         if (!parseSize(v.size, &v.options.width, &v.options.height, &error)) {

@@ -13,6 +13,7 @@ namespace sparkhost {
 struct ViewCommand {
     ViewOptions options;
     std::string size;
+    std::string fps;   // frames per second, or "max"
     CLI::App* app = nullptr;
 };
 

@@ -9,7 +9,7 @@
 class QWidget;
 class QLabel;
 class QSlider;
-class QDoubleSpinBox;
+class QLineEdit;
 class QCheckBox;
 class QComboBox;
 class QPushButton;
@@ -24,7 +24,8 @@ struct ControlCell {
     QWidget* box = nullptr;   // the whole cell, hidden with the control
     QLabel* label = nullptr;
     QSlider* slider = nullptr;
-    QDoubleSpinBox* field = nullptr;
+    QLineEdit* field = nullptr;   // the value in the label's own format; any text may be typed
+    bool refused = false;         // the last value typed was refused; marked until the next edit
     QCheckBox* check = nullptr;
     QComboBox* list = nullptr;
     QPushButton* button = nullptr;  // push buttons and the colour swatch

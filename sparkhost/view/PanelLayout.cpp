@@ -23,6 +23,23 @@ int formatDecimals(const char* format) {
     return 0;
 }
 
+std::string fieldText(const Control& c, double value) {
+    const char* title = c.kind == ControlKind::Int ? c.asInt()->Title : c.asFloat()->Title;
+    std::string conversion = c.kind == ControlKind::Int ? "%d" : "%g";
+    for (const char* p = title; p && *p; ++p) {
+        if (*p != '%') continue;
+        if (p[1] == '%') {
+            ++p;
+            continue;
+        }
+        const char* end = p + 1;
+        while (*end && !std::isalpha(static_cast<unsigned char>(*end))) ++end;
+        if (*end) conversion.assign(p, size_t(end - p + 1));
+        break;
+    }
+    return formatLabel(conversion.c_str(), c.kind, value, nullptr);
+}
+
 WidgetPlan widgetFor(const Panel& panel, const Control& c) {
     WidgetPlan s;
     s.control = &c;

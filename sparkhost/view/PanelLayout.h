@@ -7,6 +7,7 @@
 #ifndef SPARKHOST_VIEW_PANELLAYOUT_H
 #define SPARKHOST_VIEW_PANELLAYOUT_H
 
+#include <string>
 #include <vector>
 
 #include "sparkhost/lib/Panel.h"
@@ -47,6 +48,9 @@ int pageCount(const Panel& panel);
 
 // Digits after the point that a printf format shows for its value ("%.2f" 2, "%d" 0, "%f" 6).
 int formatDecimals(const char* format);
+// The value as the control's label shows it (its format's conversion alone, "%.2f" of
+// "Food X: %.2f"), so that the field and the label round alike; whatever the range.
+std::string fieldText(const Control& control, double value);
 
 // A slider moves in whole increments from the minimum; the last position is the maximum.
 int sliderPositions(const WidgetPlan& plan);

@@ -3,11 +3,12 @@
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
-#include <QDoubleSpinBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSlider>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -65,7 +66,12 @@ void PanelWidget::build() {
         auto it = session_.host().pageTitles().find(page - 1);
         const std::string title = it != session_.host().pageTitles().end() ? it->second
                                                                             : "Page " + std::to_string(page);
-        tabs_->addTab(sheet, q(title));
+        // A page larger than the space the window leaves it scrolls.
+        auto* scroll = new QScrollArea;
+        scroll->setWidget(sheet);
+        scroll->setWidgetResizable(true);
+        scroll->setFrameShape(QFrame::NoFrame);
+        tabs_->addTab(scroll, q(title));
     }
     if (current >= 0 && current < tabs_->count()) tabs_->setCurrentIndex(current);
     refresh();
@@ -88,10 +94,10 @@ ControlCell* PanelWidget::makeCell(const WidgetPlan& plan, QWidget* parent) {
         cell->label = new QLabel(cell->box);
         auto* row = new QHBoxLayout;
         cell->slider = new QSlider(Qt::Horizontal, cell->box);
-        cell->field = new QDoubleSpinBox(cell->box);
-        cell->field->setKeyboardTracking(false);
-        cell->field->setButtonSymbols(QAbstractSpinBox::NoButtons);
+        cell->field = new QLineEdit(cell->box);
         cell->field->setMinimumWidth(70);
+        cell->field->setMaximumWidth(110);
+        cell->field->setAlignment(Qt::AlignRight);
         row->addWidget(cell->slider, 1);
         row->addWidget(cell->field);
         column->addWidget(cell->label);
@@ -102,8 +108,8 @@ ControlCell* PanelWidget::makeCell(const WidgetPlan& plan, QWidget* parent) {
             const double v = sliderValue(cell->plan, position);
             if (cell->slider->isSliderDown()) {
                 // While the slider moves only the field follows; the edit is made at release.
-                const QSignalBlocker block(cell->field);
-                cell->field->setValue(v);
+                const Control* c = session_.panel().find(cell->kind, cell->number);
+                if (c) cell->field->setText(q(fieldText(*c, v)));
                 return;
             }
             commitNumber(cell, v);
@@ -111,8 +117,17 @@ ControlCell* PanelWidget::makeCell(const WidgetPlan& plan, QWidget* parent) {
         QObject::connect(cell->slider, &QSlider::sliderReleased, cell->box, [this, cell] {
             commitNumber(cell, sliderValue(cell->plan, cell->slider->value()));
         });
-        QObject::connect(cell->field, &QDoubleSpinBox::editingFinished, cell->box, [this, cell] {
-            if (!refreshing_) commitNumber(cell, cell->field->value());
+        // Only what the person typed is committed: passing through the field changes nothing.
+        QObject::connect(cell->field, &QLineEdit::editingFinished, cell->box, [this, cell] {
+            if (refreshing_ || !cell->field->isModified()) return;
+            cell->field->setModified(false);
+            commitText(cell, cell->field->text().toStdString());
+        });
+        QObject::connect(cell->field, &QLineEdit::textEdited, cell->box, [cell] {
+            if (!cell->refused) return;
+            cell->refused = false;
+            cell->field->setStyleSheet(QString());
+            cell->field->setToolTip(QString());
         });
         break;
     }
@@ -170,11 +185,11 @@ void PanelWidget::refresh() {
             cell->label->setText(label);
             cell->slider->setRange(0, sliderPositions(s));
             cell->slider->setValue(sliderPosition(s, panel.numericValue(*c)));
-            cell->field->setDecimals(s.decimals);
-            cell->field->setRange(s.min, s.max);
-            cell->field->setSingleStep(s.step);
-            cell->field->setValue(panel.numericValue(*c));
+            // The value as it is, in range or not; text being typed is left alone.
+            if (!(cell->field->hasFocus() && cell->field->isModified()))
+                cell->field->setText(q(fieldText(*c, panel.numericValue(*c))));
             cell->box->setEnabled(!s.locked);
+            cell->box->setProperty("keyed", session_.keyed(*c));
             break;
         }
         case WidgetKind::Checkbox: {
@@ -225,6 +240,35 @@ bool PanelWidget::edit(ControlCell* cell, const std::string& value, std::string*
     const bool ok = session_.setValue(*c, value, error);
     if (edited_) edited_();
     return ok;
+}
+
+// A typed value goes through the same rule as every other way a person sets a value: a value
+// outside the range, or no number at all, is refused with the reason, the field marked and the
+// control left as it was.
+bool PanelWidget::commitText(ControlCell* cell, const std::string& text) {
+    const Control* c = session_.panel().find(cell->kind, cell->number);
+    if (!c) return false;
+    std::string error;
+    // The value it already shows, typed again, is no edit (a preset may have stored it outside
+    // the range; confirming it leaves it so).
+    if (text == fieldText(*c, session_.panel().numericValue(*c))) return true;
+    if (session_.setValue(*c, text, &error)) {
+        cell->refused = false;
+        cell->field->setStyleSheet(QString());
+        cell->field->setToolTip(QString());
+        if (edited_) edited_();
+        return true;
+    }
+    const std::string why = error + "; it stays " + fieldText(*c, session_.panel().numericValue(*c));
+    cell->refused = true;
+    cell->field->setStyleSheet("background-color: #f6c9c4;");
+    cell->field->setToolTip(q(why));
+    cell->field->setText(q(fieldText(*c, session_.panel().numericValue(*c))));
+    cell->field->selectAll();
+    session_.host().report(HostMessage::Error, why);
+    lastRefusal_ = why;
+    if (edited_) edited_();
+    return false;
 }
 
 void PanelWidget::commitNumber(ControlCell* cell, double value) {

@@ -41,6 +41,10 @@ public:
     // Edits as a person makes them through the widgets (used by scripts too).
     bool edit(ControlCell* cell, const std::string& value, std::string* error);
     void press(ControlCell* cell);
+    // A value typed into a slider's field and committed; false when it was refused.
+    bool commitText(ControlCell* cell, const std::string& text);
+    // Why the last typed value was refused.
+    const std::string& lastRefusal() const { return lastRefusal_; }
 
 private:
     ControlCell* makeCell(const WidgetPlan& plan, QWidget* parent);
@@ -53,6 +57,7 @@ private:
     std::vector<ControlCell*> cells_;
     std::function<void()> edited_;
     bool refreshing_ = false;
+    std::string lastRefusal_;
 };
 
 }  // namespace sparkhost

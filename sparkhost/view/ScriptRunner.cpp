@@ -3,11 +3,17 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDoubleSpinBox>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QSlider>
+#include <QStyle>
+#include <QStyleOptionSlider>
 #include <QTabWidget>
+#include <QThread>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -61,6 +67,43 @@ void mouse(QWidget* target, QEvent::Type type, const QPointF& at, Qt::MouseButto
     QApplication::sendEvent(target, &event);
 }
 
+void key(QWidget* target, int code, const QString& text) {
+    QKeyEvent press(QEvent::KeyPress, code, Qt::NoModifier, text);
+    QApplication::sendEvent(target, &press);
+    QKeyEvent release(QEvent::KeyRelease, code, Qt::NoModifier, text);
+    QApplication::sendEvent(target, &release);
+}
+
+using Clock = std::chrono::steady_clock;
+
+double msSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+// Lets the window work (chases run between events) for a while.
+void runFor(double ms) {
+    const auto start = Clock::now();
+    while (msSince(start) < ms) {
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::usleep(500);
+    }
+}
+
+// The centre of the slider's handle when it stands at a position.
+QPointF handleAt(QSlider* slider, int position) {
+    QStyleOptionSlider option;
+    option.initFrom(slider);
+    option.orientation = Qt::Horizontal;
+    option.minimum = slider->minimum();
+    option.maximum = slider->maximum();
+    option.sliderPosition = position;
+    option.sliderValue = position;
+    const QRect handle = slider->style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, slider);
+    const int span = slider->width() - handle.width();
+    const int x = QStyle::sliderPositionFromValue(slider->minimum(), slider->maximum(), position, span);
+    return {x + handle.width() / 2.0, slider->height() / 2.0};
+}
+
 class Runner {
 public:
     explicit Runner(ViewWindow& w) : w_(w), s_(w.session()) {}
@@ -88,6 +131,23 @@ public:
                 cell->button->click();
             }
             if (verb == "print") *said = describe(cell);
+        } else if (verb == "type" && need(2)) {
+            ControlCell* cell = w_.panel()->cell(a[1]);
+            if (!cell || !cell->field) return "no field '" + a[1] + "' on the panel";
+            *said = type(cell, a[2]);
+        } else if (verb == "scrub" && (need(2) || need(3))) {
+            *said = scrub(std::atoi(a[1].c_str()), std::atoi(a[2].c_str()), a.size() > 3 ? std::atof(a[3].c_str()) : 2000.0);
+        } else if (verb == "marks" && need(0)) {
+            *said = w_.timeline()->marks()->describe();
+        } else if (verb == "on-close" && (need(1) || need(2))) {
+            w_.setCloseAnswer(join(std::vector<std::string>(a.begin() + 1, a.end()), " "));
+        } else if (verb == "close" && need(0)) {
+            const bool closed = w_.close();
+            *said = (w_.lastQuestion().empty() ? std::string("no question") : "asked \"" + w_.lastQuestion() + "\"") +
+                    (closed ? "; closed" : "; still open");
+            if (closed) closed_ = true;
+        } else if (verb == "rate" && need(1)) {
+            w_.setPlayRate(a[1] == "max" ? 0.0 : std::atof(a[1].c_str()));
         } else if (verb == "drag" && need(2)) {
             double x0, y0, x1, y1;
             if (!parsePoint(a[1], &x0, &y0) || !parsePoint(a[2], &x1, &y1))
@@ -140,11 +200,7 @@ private:
 
     std::string set(ControlCell* cell, const std::string& value) {
         if (cell->field) {
-            char* end = nullptr;
-            const double v = std::strtod(value.c_str(), &end);
-            if (end == value.c_str() || *end) return "'" + value + "' is not a number";
-            cell->field->setValue(v);
-            emit cell->field->editingFinished();
+            if (!w_.panel()->commitText(cell, value)) return w_.panel()->lastRefusal();
         } else if (cell->check) {
             const bool on = normaliseName(value) == "on" || value == "1";
             if (cell->check->isChecked() != on) cell->check->click();
@@ -170,8 +226,12 @@ private:
         const Control* c = s_.panel().find(cell->kind, cell->number);
         std::string label = c ? trimRight(s_.panel().label(*c)) : cell->name;
         if (cell->list) label = cell->list->currentText().toStdString();
-        return label + ", " + (cell->box->isHidden() ? "hidden" : "visible") + ", " +
-               (cell->box->isEnabled() ? "enabled" : "greyed");
+        label += std::string(", ") + (cell->box->isHidden() ? "hidden" : "visible") + ", " +
+                 (cell->box->isEnabled() ? "enabled" : "greyed");
+        if (cell->field) label += ", field " + cell->field->text().toStdString();
+        if (cell->field && cell->refused) label += " (refused)";
+        if (cell->box->property("keyed").toBool()) label += ", keyed";
+        return label;
     }
 
     void drag(double x0, double y0, double x1, double y1, std::string* said) {
@@ -195,8 +255,60 @@ private:
         *said = text;
     }
 
+    // Keystrokes into the field as a person types them, then Return.
+    std::string type(ControlCell* cell, const std::string& text) {
+        QLineEdit* field = cell->field;
+        field->setFocus();
+        field->selectAll();
+        for (char ch : text) key(field, Qt::Key_unknown, QString(QChar(ch)));
+        key(field, Qt::Key_Return, QString("\r"));
+        std::string said = "field " + field->text().toStdString();
+        if (cell->refused) said += ", refused: " + w_.panel()->lastRefusal();
+        return said + "; " + describe(cell);
+    }
+
+    // Drags the timeline's handle from one frame to another at an even pace over `ms`, then
+    // releases it and waits for the frame under it; tells which frames were shown on the way.
+    std::string scrub(int fromFrame, int toFrame, double ms) {
+        QSlider* slider = w_.timeline()->slider();
+        const auto& frames = s_.frames();
+        auto index = [&](int frame) {
+            auto it = std::find(frames.begin(), frames.end(), frame);
+            return it == frames.end() ? -1 : int(it - frames.begin());
+        };
+        const int i0 = index(fromFrame), i1 = index(toFrame);
+        if (i0 < 0 || i1 < 0) return "scrub frames must be frames of the range";
+        const size_t logged = w_.shownLog().size();
+        const QPointF from = handleAt(slider, i0);
+        mouse(slider, QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+        const auto start = Clock::now();
+        const int moves = std::max(1, int(ms / 10.0));
+        for (int m = 1; m <= moves; ++m) {
+            const double t = double(m) / moves;
+            const QPointF at = handleAt(slider, i0 + int(std::lround((i1 - i0) * t)));
+            mouse(slider, QEvent::MouseMove, at, Qt::NoButton, Qt::LeftButton);
+            while (msSince(start) < ms * t) runFor(1.0);
+        }
+        const double dragMs = msSince(start);
+        const std::vector<int> during(w_.shownLog().begin() + long(logged), w_.shownLog().end());
+        const auto release = Clock::now();
+        mouse(slider, QEvent::MouseButtonRelease, handleAt(slider, i1), Qt::LeftButton, Qt::NoButton);
+        while (w_.chasing() && msSince(release) < 120000.0) runFor(1.0);
+        const double settle = msSince(release);
+        std::string shown;
+        for (int f : during) shown += (shown.empty() ? "" : " ") + std::to_string(f);
+        char text[200];
+        std::snprintf(text, sizeof text, "; %zu shown in %.0f ms (%.1f frames/s); after release frame %d (%.0f ms)",
+                      during.size(), dragMs, during.size() * 1000.0 / std::max(dragMs, 1.0), s_.currentFrame(),
+                      settle);
+        return "during the drag " + (shown.empty() ? std::string("none") : shown) + text;
+    }
+
     ViewWindow& w_;
     ViewSession& s_;
+
+public:
+    bool closed_ = false;
 };
 
 }  // namespace
@@ -228,6 +340,7 @@ int runScript(ViewWindow& window, const std::string& path) {
         for (const auto& w : words) shown += (shown.empty() ? "" : " ") + w;
         std::printf("%s: %s (%.1f ms)\n", shown.c_str(), said.empty() ? "ok" : said.c_str(), ms);
         std::fflush(stdout);
+        if (runner.closed_) break;
     }
     return 0;
 }

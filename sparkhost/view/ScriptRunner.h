@@ -6,9 +6,18 @@
 //   page TITLE                     shows a page of the panel
 //   set NAME VALUE                 edits a control through its widget (numbers, on/off, entries)
 //   press NAME                     clicks a button
-//   print NAME                     prints the control's label, visible/hidden, enabled/greyed
+//   type NAME TEXT                 types TEXT into a slider's field key by key, then Return
+//   print NAME                     prints the control's label, visible/hidden, enabled/greyed,
+//                                  the field's text and whether the control is keyed
 //   drag X0,Y0 X1,Y1               a left-button drag in the viewer, in frame pixels
 //   frame N | step N | play N      the timeline: jump, step by N, play N frames
+//   scrub F0 F1 [MS]               drags the timeline's handle from F0 to F1 over MS ms (2000),
+//                                  releases it and prints the frames shown on the way
+//   marks                          prints the timeline's key and event marks
+//   rate FPS | max                 the play rate
+//   on-close save FILE | discard | cancel
+//                                  how the question on closing with unsaved changes is answered
+//   close                          closes the window as its close button does
 //   mode replayed | ifffs          how time behaves (see ViewSession.h)
 //   answer yes | no                how the plug-in's questions are answered
 //   fit | 1:1                      the viewer's magnification

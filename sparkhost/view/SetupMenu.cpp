@@ -1,12 +1,14 @@
 // The window's menus: setups, keys and the plug-in file; the viewer's magnification; and how
 // time behaves.
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QSignalBlocker>
 #include <QStatusBar>
 
+#include "sparkhost/view/TimelineBar.h"
 #include "sparkhost/view/ViewSession.h"
 #include "sparkhost/view/ViewWindow.h"
 #include "sparkhost/view/ViewerWidget.h"
@@ -52,6 +54,24 @@ void addMenus(ViewWindow& w) {
         w.replayAction_->setChecked(!w.session().replayed());
     }
     QObject::connect(w.replayAction_, &QAction::toggled, &w, [&w](bool ifffs) { w.setReplayed(!ifffs); });
+
+    // Play at the shot's frame rate, or as fast as frames are made.
+    QMenu* rate = time->addMenu("Play &rate");
+    auto* rates = new QActionGroup(&w);
+    const double current = w.timeline()->rate();
+    for (double fps : {0.0, 12.0, 23.976, 24.0, 25.0, 29.97, 30.0, 48.0, 50.0, 60.0}) {
+        QAction* a = rate->addAction(fps > 0.0 ? QString("%1 frames a second").arg(fps) : QString("As fast as possible"));
+        a->setCheckable(true);
+        a->setChecked(fps == current);
+        rates->addAction(a);
+        QObject::connect(a, &QAction::triggered, &w, [&w, fps] { w.setPlayRate(fps); });
+    }
+    if (!rates->checkedAction()) {
+        QAction* a = rate->addAction(QString("%1 frames a second").arg(current));
+        a->setCheckable(true);
+        a->setChecked(true);
+        rates->addAction(a);
+    }
 }
 
 }  // namespace sparkhost

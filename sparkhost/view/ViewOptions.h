@@ -18,6 +18,7 @@ struct ViewOptions {
     std::string screenshot;           // render the first frame, save the window, exit
     std::string script;               // scripted actions (see ScriptRunner.h)
     bool everyFrameSteps = false;     // each processed frame advances the swarm, nothing replayed
+    double fps = 24.0;                // play rate; 0 plays as fast as frames are made
 };
 
 // Runs the window; returns the exit code (2 for bad input, named on standard error).

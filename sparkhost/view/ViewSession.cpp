@@ -1,7 +1,9 @@
 #include "sparkhost/view/ViewSession.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 #include "sparkhost/lib/FrameRange.h"
@@ -16,6 +18,12 @@ namespace {
 
 // Decoded clip frames kept for replays: about 380 frames of 1280x720 at 8 bits.
 constexpr size_t kKeptClipBytes = size_t(1) << 30;
+// Rendered pictures kept for scrubbing back: about 140 frames of 1280x720.
+constexpr size_t kKeptPictureBytes = size_t(512) << 20;
+
+double millisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
 
 }  // namespace
 
@@ -81,6 +89,7 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
     if (!o.keys.empty() && !loadKeys(o.keys, error)) return false;
     replayed_ = !o.everyFrameSteps;
     host_.setBuffersReady(!replayed_);
+    savedFingerprint_ = fingerprint();
     return true;
 }
 
@@ -92,6 +101,7 @@ bool ViewSession::loadPlugin(std::string* error) {
     // sizes only, and making a context again costs as much as a short catch-up.
     if (!viewer_) viewer_ = std::make_unique<Viewer>(*plugin_);
     stepped_ = -1;
+    fresh_ = false;
     return true;
 }
 
@@ -119,7 +129,7 @@ bool ViewSession::reload(std::string* error) {
 void ViewSession::setReplayed(bool replayed) {
     replayed_ = replayed;
     host_.setBuffersReady(!replayed_);
-    stepped_ = -1;
+    invalidate();
 }
 
 int ViewSession::indexOf(int frame) const {
@@ -129,29 +139,108 @@ int ViewSession::indexOf(int frame) const {
 }
 
 bool ViewSession::goTo(int frame) {
-    int index = indexOf(frame);
-    if (index < 0) return false;
-    if (!replayed_) return render(frame);
-    // Forward of the live frame with nothing changed since, the simulation simply continues;
-    // anything else brings a fresh state forward from the first frame of the range.
-    int from = stepped_ >= 0 && stepped_ < index ? stepped_ + 1 : 0;
-    if (from == 0) {
-        std::string error;
-        if (!reload(&error)) {
-            host_.report(HostMessage::Error, error);
-            return false;
-        }
-        plugin_->startRender();
-    }
-    if (!stepThrough(from, index)) {
-        stepped_ = -1;
-        host_.setBuffersReady(false);
+    if (indexOf(frame) < 0) return false;
+    const int pace = sliceFrames_;
+    sliceFrames_ = int(frames_.size());   // one run, so that progress counts the whole way
+    Chase state = Chase::Working;
+    while (state == Chase::Working) state = chase(frame, 1e9);
+    sliceFrames_ = pace;
+    return state == Chase::Shown;
+}
+
+void ViewSession::invalidate() {
+    stepped_ = -1;
+    fresh_ = false;
+    kept_.clear();
+    keptBytes_ = 0;
+}
+
+int ViewSession::simulatedFrame() const {
+    return stepped_ >= 0 ? frames_[size_t(stepped_)] : -1;
+}
+
+// A fresh instance of the plug-in at the start of the range: the only way back in time.
+bool ViewSession::restart() {
+    std::string error;
+    if (!reload(&error)) {
+        host_.report(HostMessage::Error, error);
         return false;
     }
-    const bool ok = render(frame);
+    plugin_->startRender();
+    fresh_ = true;
+    return true;
+}
+
+ViewSession::Chase ViewSession::chase(int frame, double budgetMs) {
+    const int index = indexOf(frame);
+    if (index < 0) return Chase::Failed;
+    if (!replayed_) return render(frame) ? Chase::Shown : Chase::Failed;
+    const auto start = std::chrono::steady_clock::now();
+    // Forward of the live frame with nothing changed since, the simulation simply continues;
+    // anything else brings a fresh state forward from the first frame of the range.
+    if (!fresh_ && !(stepped_ >= 0 && stepped_ < index)) {
+        stepped_ = -1;
+        if (!restart()) return Chase::Failed;
+    }
+    const int from = stepped_ + 1;
+    if (from < index) {
+        // As many frames as the budget allows, judged by the last slice's pace; the frame itself
+        // is rendered in the same slice once they are done, so that a target that moves on a
+        // little between slices still gets shown.
+        const int count = std::clamp(sliceFrames_, 1, index - from);
+        const bool ok = stepThrough(from, from + count);
+        host_.setBuffersReady(false);
+        if (!ok) {
+            invalidate();
+            return Chase::Failed;
+        }
+        stepped_ = from + count - 1;
+        fresh_ = false;
+        const double spent = millisecondsSince(start);
+        const double each = std::max(spent / count, 0.05);
+        sliceFrames_ = std::clamp(int(budgetMs / each), 1, 100000);
+        if (stepped_ < index - 1) return Chase::Working;
+    }
+    const bool ok = renderedHere(frame);
     stepped_ = ok ? index : -1;
+    fresh_ = false;
     host_.setBuffersReady(false);
-    return ok;
+    return ok ? Chase::Shown : Chase::Failed;
+}
+
+// The frame rendered where the simulation stands, and kept for a later look back.
+bool ViewSession::renderedHere(int frame) {
+    if (!render(frame)) return false;
+    int entry = 0;
+    const Control* mode = wireframeSwitch(*plugin_, &entry);
+    if (mode && mode->asList()->Value == entry) return true;   // the overlay is the picture
+    const int index = indexOf(frame);
+    if (!kept_.count(index)) {
+        if (keptBytes_ + shown_.bytes() > kKeptPictureBytes) {
+            // The kept frame farthest from this one makes room.
+            auto far = std::abs(kept_.begin()->first - index) > std::abs(kept_.rbegin()->first - index)
+                           ? kept_.begin() : std::prev(kept_.end());
+            keptBytes_ -= far->second.bytes();
+            kept_.erase(far);
+        }
+        keptBytes_ += shown_.bytes();
+    } else {
+        keptBytes_ -= kept_[index].bytes();
+        keptBytes_ += shown_.bytes();
+    }
+    kept_[index] = shown_;
+    return true;
+}
+
+bool ViewSession::showKept(int frame) {
+    const int index = indexOf(frame);
+    auto it = kept_.find(index);
+    if (!replayed_ || it == kept_.end()) return false;
+    current_ = frame;
+    shown_ = it->second;
+    panel().applyCurves(host_, frame);
+    viewer_->show(shown_);
+    return true;
 }
 
 // Processes the frames of the range from index `from` up to, not including, `to`, as a render
@@ -176,7 +265,7 @@ bool ViewSession::stepThrough(int from, int to) {
 }
 
 bool ViewSession::refresh() {
-    stepped_ = -1;
+    invalidate();
     return goTo(current_);
 }
 
@@ -209,43 +298,86 @@ bool ViewSession::afterCallback(unsigned long* result, int refusedBefore) {
         showOutput(result);
         return true;
     }
-    stepped_ = -1;
+    invalidate();
     if (host_.refusedBufferRequests() == refusedBefore) return false;
     ++renders_;
     return refresh();
 }
 
+ViewSession::Values ViewSession::keyedValues() const {
+    Values values;
+    for (const Control& c : plugin_->panel().controls())
+        if (keyed(c)) values.emplace_back(&c, plugin_->panel().numericValue(c));
+    return values;
+}
+
+bool ViewSession::keyed(const Control& c) const {
+    if (!plugin_->panel().isNumeric(c)) return false;
+    const Curve* curve = host_.findCurve(Panel::channelType(c), c.number);
+    return curve && !curve->empty();
+}
+
+// A keyed control the edit moved takes a key at the current frame, so the frames that follow
+// keep the edit instead of the curve taking it back at the next frame.
+void ViewSession::keyChanged(const Values& before) {
+    for (const auto& [control, was] : before) {
+        const double now = panel().numericValue(*control);
+        if (now != was) host_.curve(Panel::channelType(*control), control->number).setKey(current_, float(now));
+    }
+}
+
+std::vector<int> ViewSession::keyFrames() const {
+    std::vector<int> frames;
+    for (const auto& entry : host_.curves())
+        for (const auto& key : entry.second.keys()) frames.push_back(key.first);
+    std::sort(frames.begin(), frames.end());
+    frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
+    return frames;
+}
+
 bool ViewSession::setValue(const Control& control, const std::string& value, std::string* error) {
     const int refused = host_.refusedBufferRequests();
+    const Values before = keyedValues();
     unsigned long* result = nullptr;
     if (!plugin_->setControl(control, value, error, &result)) return false;
+    keyChanged(before);
     afterCallback(result, refused);
     return true;
 }
 
 bool ViewSession::setNumber(const Control& control, double value) {
+    const Values before = keyedValues();
     panel().setNumericValue(control, value);
     const int refused = host_.refusedBufferRequests();
-    afterCallback(plugin_->callCallback(control), refused);
+    unsigned long* result = plugin_->callCallback(control);
+    keyChanged(before);
+    afterCallback(result, refused);
     return true;
 }
 
 bool ViewSession::setColour(const Control& control, unsigned packed) {
+    const Values before = keyedValues();
     control.asColour()->Color = packed;
     const int refused = host_.refusedBufferRequests();
-    afterCallback(plugin_->callCallback(control), refused);
+    unsigned long* result = plugin_->callCallback(control);
+    keyChanged(before);
+    afterCallback(result, refused);
     return true;
 }
 
 void ViewSession::press(const Control& control) {
+    const Values before = keyedValues();
     const int refused = host_.refusedBufferRequests();
-    afterCallback(plugin_->callCallback(control), refused);
+    unsigned long* result = plugin_->callCallback(control);
+    keyChanged(before);
+    afterCallback(result, refused);
 }
 
 bool ViewSession::pointer(const PointerEvent& e) {
     const size_t cursorsBefore = host_.cursors().size();
     const int drawsBefore = host_.viewingDraws();
     const int refused = host_.refusedBufferRequests();
+    const Values before = keyedValues();
     const float ratio = host_.viewerRatio() > 0.0f ? host_.viewerRatio() : 1.0f;
     // Canvas pixels to frame pixels: the plug-in multiplies x by the viewer ratio itself.
     const float fx = (e.x - float(originX_)) / (magnification_ * ratio);
@@ -254,12 +386,16 @@ bool ViewSession::pointer(const PointerEvent& e) {
                                               Viewer::hostZoom(magnification_));
     if (host_.cursors().size() > cursorsBefore) cursor_ = host_.cursors().back();
     // A hover changes nothing but the cursor, so the simulation stays where it was; a press,
-    // drag or release may have moved a control.
+    // drag or release may have moved a control. A drag moves a keyed control's key at its release.
     const bool hover = e.pressure <= 0.0f && lastPressure_ <= 0.0f;
+    const bool release = e.pressure <= 0.0f && lastPressure_ > 0.0f;
     lastPressure_ = e.pressure;
-    const int stepped = stepped_;
+    if (release) keyChanged(before);
+    if (hover && !result && host_.refusedBufferRequests() == refused) {
+        if (host_.viewingDraws() != drawsBefore) redraw();
+        return false;
+    }
     const bool shownNew = afterCallback(result, refused);
-    if (hover && !shownNew) stepped_ = stepped;
     if (shownNew || host_.viewingDraws() != drawsBefore) redraw();
     return shownNew;
 }
@@ -284,13 +420,30 @@ void ViewSession::redraw() {
 
 bool ViewSession::loadSetup(const std::string& path, std::string* error) {
     if (!readSetup(panel(), host_, path, error)) return false;
-    stepped_ = -1;
+    invalidate();
+    savedFingerprint_ = fingerprint();
     return true;
 }
 
 bool ViewSession::saveSetup(const std::string& path, std::string* error) {
-    return writeSetup(panel(), host_, path, error);
+    if (!writeSetup(panel(), host_, path, error)) return false;
+    savedFingerprint_ = fingerprint();
+    return true;
 }
+
+// Everything a setup holds, as text: records by their raw values, then every curve's keys.
+std::string ViewSession::fingerprint() const {
+    std::string text;
+    for (const Control& c : plugin_->panel().controls())
+        if (c.kind != ControlKind::Push) text += c.record + "=" + plugin_->panel().rawValue(c) + "\n";
+    for (const auto& entry : host_.curves())
+        for (const auto& key : entry.second.keys())
+            text += "key " + std::to_string(entry.first.first) + " " + std::to_string(entry.first.second) + " " +
+                    std::to_string(key.first) + " " + std::to_string(key.second) + "\n";
+    return text;
+}
+
+bool ViewSession::unsaved() const { return fingerprint() != savedFingerprint_; }
 
 bool ViewSession::loadKeys(const std::string& path, std::string* error) {
     std::vector<KeyLine> keys;
@@ -303,7 +456,7 @@ bool ViewSession::loadKeys(const std::string& path, std::string* error) {
         }
         host_.curve(Panel::channelType(*c), c->number).setKey(key.frame, key.value);
     }
-    stepped_ = -1;
+    invalidate();
     return true;
 }
 

@@ -6,7 +6,11 @@
 // writes at N for the same clips, settings and range: moving forward with nothing edited since
 // continues the simulation (the frames between are stepped as a catch-up steps them), any other
 // move (a step back, a jump after an edit, an edit that asks for a new frame) brings a
-// fresh state forward from the first frame of the range and then renders N. In that mode control
+// fresh state forward from the first frame of the range and then renders N. A Spark plug-in's
+// state cannot be copied and put back, so going back always replays; what makes it quick is that
+// the pictures already rendered since the last edit are kept and shown at once, while the
+// simulation follows in slices of work (chase()) that a window runs between a person's events.
+// In that mode control
 // callbacks run with no frame loaded, as in the command-line host, and a callback that asks for
 // its buffers is answered by this replay. In the other mode every processed frame advances the
 // swarm and nothing is replayed, as in an IFFFS host.
@@ -14,6 +18,7 @@
 #define SPARKHOST_VIEW_VIEWSESSION_H
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -53,6 +58,19 @@ public:
 
     // Shows frame N of the range (rendering it). False when the plug-in renders nothing.
     bool goTo(int frame);
+
+    // One slice of the work of showing frame N: a fresh start when the simulation is past N, up
+    // to `budgetMs` of frames caught up, or N itself rendered. Working means more slices are due.
+    enum class Chase { Working, Shown, Failed };
+    Chase chase(int frame, double budgetMs);
+    // Frame N's picture when it was rendered since the last edit (replayed mode, and not while
+    // the plug-in draws its simulation over the picture, as a wireframe preview does): shown at
+    // once, with the keyed values of N in the records. The simulation is not moved.
+    bool showKept(int frame);
+    // The frame the simulation last processed, or -1 when it has processed none since its start.
+    int simulatedFrame() const;
+    // Forgets the kept pictures and the live simulation: after anything that changes frames.
+    void invalidate();
     // The current frame again, from a fresh state in the replayed mode.
     bool refresh();
 
@@ -75,6 +93,10 @@ public:
     // Draws the shown frame and the overlay into the canvas.
     void redraw();
 
+    // The play rate asked for on the command line (0: as fast as possible).
+    double playRate() const { return options_.fps; }
+    // The setup the session was opened with (empty for none).
+    const std::string& setupPath() const { return options_.setup; }
     bool loadSetup(const std::string& path, std::string* error);
     bool saveSetup(const std::string& path, std::string* error);
     bool loadKeys(const std::string& path, std::string* error);
@@ -85,10 +107,23 @@ public:
     int originX() const { return originX_; }
     int originY() const { return originY_; }
 
+    // Whether the settings, keys or events differ from those last opened or saved.
+    bool unsaved() const;
+    // Keyed controls: an edit of one at the current frame sets its key there.
+    bool keyed(const Control& control) const;
+    // Frames holding a key of any curve, in order.
+    std::vector<int> keyFrames() const;
+
     // Messages of the plug-in not yet taken by the window.
     std::vector<HostMessage> takeMessages();
 
 private:
+    using Values = std::vector<std::pair<const Control*, double>>;
+    Values keyedValues() const;
+    void keyChanged(const Values& before);
+    std::string fingerprint() const;
+    bool renderedHere(int frame);
+    bool restart();
     bool render(int frame);
     bool stepThrough(int from, int to);
     bool afterCallback(unsigned long* result, int refusedBefore);
@@ -104,6 +139,11 @@ private:
     std::vector<int> frames_;
     int current_ = 1;
     int stepped_ = -1;    // index of the frame the live simulation last stepped, -1 none
+    bool fresh_ = false;  // the plug-in was just started and has processed no frame
+    int sliceFrames_ = 4; // frames a chase slice catches up, adapted to its time budget
+    std::map<int, FrameBuffer> kept_;   // pictures rendered since the last edit, by index
+    size_t keptBytes_ = 0;
+    std::string savedFingerprint_;
     bool replayed_ = true;
     Progress progress_;
     FrameBuffer shown_;

@@ -5,10 +5,15 @@
 
 #include <QMainWindow>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 class QAction;
+class QLabel;
+class QProgressBar;
 class QProgressDialog;
+class QPushButton;
 
 namespace sparkhost {
 
@@ -29,6 +34,13 @@ public:
 
     // Shows a frame of the range, with a progress dialog while a replay takes a moment.
     bool goTo(int frame);
+    // Asks for a frame without waiting for it (scrubbing): a picture kept from before is shown at
+    // once; otherwise the simulation is brought there in slices between the person's events, the
+    // latest frame asked for winning, and the frame is shown when it is ready.
+    void requestFrame(int frame);
+    bool chasing() const { return target_ >= 0; }
+    // Every frame shown, in order, for scripts that check how scrubbing followed the pointer.
+    const std::vector<int>& shownLog() const { return shownLog_; }
     // Everything the plug-in may have changed: panel, messages, viewer.
     void afterChange();
 
@@ -43,8 +55,22 @@ public:
     // Questions the plug-in asks and its file browser, answered by a person unless a script
     // answers them (see ScriptRunner.h).
     void setScripted(bool scripted) { scripted_ = scripted; }
+    // How a script answers the question asked on closing with unsaved changes: "save FILE",
+    // "discard" or "cancel"; the question asked last, for the script to print.
+    void setCloseAnswer(const std::string& answer) { closeAnswer_ = answer; }
+    const std::string& lastQuestion() const { return lastQuestion_; }
+
+    // Frames per second of play; 0 plays as fast as frames are made.
+    void setPlayRate(double fps);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
+    void chaseSlice();
+    void shown(int frame);
+    bool askToSave();
+    void showBusy(bool busy);
     ViewSession& session_;
     ViewerWidget* viewer_;
     PanelWidget* panel_;
@@ -53,6 +79,15 @@ private:
     QAction* replayAction_ = nullptr;
     QProgressDialog* progress_ = nullptr;   // made when a replay first reports
     bool scripted_ = false;
+    std::string closeAnswer_ = "cancel";
+    std::string lastQuestion_;
+    std::string setupPath_;                 // the setup last opened or saved, offered on closing
+    int target_ = -1;                       // the frame a chase is bringing, -1 none
+    bool sliceDue_ = false;
+    std::vector<int> shownLog_;
+    QLabel* busyText_ = nullptr;
+    QProgressBar* busyBar_ = nullptr;
+    QPushButton* busyStop_ = nullptr;
     friend void addMenus(ViewWindow& window);
 };
 
