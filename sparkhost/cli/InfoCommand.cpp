@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "sparkhost/lib/ColourManagement.h"
+#include "sparkhost/lib/ControlState.h"
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Plugin.h"
@@ -46,10 +47,7 @@ std::string describe(const Plugin& plugin, const Control& c) {
         for (size_t i = 0; i < panel.listEntries(c).size(); ++i)
             line << (i ? ", " : " ") << panel.listEntryName(c, int(i));
     }
-    std::string state;
-    if (!host.parameterEnabled(Panel::channelType(c), c.number)) state = "greyed";
-    if (panel.isNumeric(c) && panel.range(c, &lo, &hi, &step) && lo == hi)
-        state += state.empty() ? "locked" : ", locked";
+    const std::string state = describeState(controlState(panel, host, c));
     if (!state.empty()) line << "  [" << state << "]";
     std::string text = line.str();
     return trimRight(text);
@@ -130,18 +128,27 @@ int runInfo(const InfoOptions& options) {
     int savedOut = dup(1);
     dup2(2, 1);
     plugin.initialise();
-    std::fflush(stdout);
-    dup2(savedOut, 1);
-    close(savedOut);
     // A plug-in that never asks for its setup still gets the one given.
     if (!options.setup.empty() && host.setupLoads().end() == std::find(host.setupLoads().begin(),
                                                                          host.setupLoads().end(), options.setup)) {
         std::string why;
         if (!readSetup(plugin.panel(), host, options.setup, &why)) {
+            std::fflush(stdout);
+            dup2(savedOut, 1);
+            close(savedOut);
             std::cerr << "sparkhost: " << why << "\n";
             return 2;
         }
     }
+    // The panel as the window shows it: the plug-in applies its show/hide rules when it processes
+    // its first frame (a small black one here).
+    host.setFrameSize(64, 36);
+    plugin.startRender();
+    plugin.renderFrame(1);
+    host.setBuffersReady(false);
+    std::fflush(stdout);
+    dup2(savedOut, 1);
+    close(savedOut);
     printPanel(plugin, std::cout);
     ColourManagement colour;
     std::vector<std::string> noClips;

@@ -5,9 +5,11 @@
 #include <new>
 #include <unistd.h>
 
+#include "sparkhost/lib/HelpPages.h"
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/OutputLock.h"
 
+#include "HelpPageCommand.h"
 #include "InfoCommand.h"
 #include "RenderCommand.h"
 #include "ViewCommand.h"
@@ -50,6 +52,10 @@ int main(int argc, char** argv) {
 
     sparkhost::ViewCommand view;
     sparkhost::addViewCommand(app, view);
+    sparkhost::HelpPageCommand helpPage;
+    sparkhost::addHelpPageCommand(app, helpPage);
+    // A plug-in's Help button opens its page through sparkhost (see HelpPages.h).
+    sparkhost::setHelpBrowser(sparkhost::selfPath() + " help-page");
 
     try {
         app.parse(argc, argv);
@@ -59,6 +65,7 @@ int main(int argc, char** argv) {
     }
     if (infoCmd->parsed()) return sparkhost::runInfo(info);
     if (view.app->parsed()) return sparkhost::runViewCommand(view);
+    if (helpPage.app->parsed()) return sparkhost::runHelpPage(helpPage.app->remaining());
     sparkhost::collectEdits(*render, r);
     try {
         return sparkhost::runRender(r);

@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include "sparkhost/lib/HelpPages.h"
 #include "sparkhost/lib/PluginImports.h"
 
 namespace sparkhost {
@@ -37,6 +38,7 @@ bool Plugin::load(const std::string& path, std::string* error) {
         return fail("cannot load plug-in '" + path + "': it needs host functions sparkhost does not provide: " +
                     list);
     }
+    setHelpEnvironment(path);
     // A bare file name would send dlopen searching the library path instead of this folder.
     std::string where = path.find('/') == std::string::npos ? "./" + path : path;
     dlerror();

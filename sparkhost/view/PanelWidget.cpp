@@ -13,6 +13,7 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "sparkhost/lib/ControlState.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/view/ControlCell.h"
 #include "sparkhost/view/ViewSession.h"
@@ -177,7 +178,8 @@ void PanelWidget::refresh() {
         if (!c) continue;
         cell->plan = widgetFor(panel, *c);
         const WidgetPlan& s = cell->plan;
-        cell->box->setVisible(host.parameterEnabled(1, cell->number));
+        const ControlState state = controlState(panel, host, *c);
+        cell->box->setVisible(!state.hidden);
         const QString label = q(trimRight(panel.label(*c)));
         switch (s.kind) {
         case WidgetKind::Slider: {
@@ -186,9 +188,15 @@ void PanelWidget::refresh() {
             cell->slider->setRange(0, sliderPositions(s));
             cell->slider->setValue(sliderPosition(s, panel.numericValue(*c)));
             // The value as it is, in range or not; text being typed is left alone.
-            if (!(cell->field->hasFocus() && cell->field->isModified()))
-                cell->field->setText(q(fieldText(*c, panel.numericValue(*c))));
-            cell->box->setEnabled(!s.locked);
+            const QString text = q(fieldText(*c, panel.numericValue(*c)));
+            if (cell->refused && text != cell->field->text()) {
+                // The control changed since the refusal: the mark no longer applies.
+                cell->refused = false;
+                cell->field->setStyleSheet(QString());
+                cell->field->setToolTip(QString());
+            }
+            if (!(cell->field->hasFocus() && cell->field->isModified())) cell->field->setText(text);
+            cell->box->setEnabled(!state.greyed);
             cell->box->setProperty("keyed", session_.keyed(*c));
             break;
         }

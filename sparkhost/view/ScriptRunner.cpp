@@ -146,6 +146,8 @@ public:
             *said = (w_.lastQuestion().empty() ? std::string("no question") : "asked \"" + w_.lastQuestion() + "\"") +
                     (closed ? "; closed" : "; still open");
             if (closed) closed_ = true;
+        } else if (verb == "pause" && need(1)) {
+            runFor(std::atof(a[1].c_str()));
         } else if (verb == "rate" && need(1)) {
             w_.setPlayRate(a[1] == "max" ? 0.0 : std::atof(a[1].c_str()));
         } else if (verb == "drag" && need(2)) {

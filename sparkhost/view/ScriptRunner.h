@@ -15,6 +15,7 @@
 //                                  releases it and prints the frames shown on the way
 //   marks                          prints the timeline's key and event marks
 //   rate FPS | max                 the play rate
+//   pause MS                       lets the window run for MS milliseconds
 //   on-close save FILE | discard | cancel
 //                                  how the question on closing with unsaved changes is answered
 //   close                          closes the window as its close button does

@@ -388,9 +388,11 @@ bool ViewSession::pointer(const PointerEvent& e) {
     // A hover changes nothing but the cursor, so the simulation stays where it was; a press,
     // drag or release may have moved a control. A drag moves a keyed control's key at its release.
     const bool hover = e.pressure <= 0.0f && lastPressure_ <= 0.0f;
+    const bool press = e.pressure > 0.0f && lastPressure_ <= 0.0f;
     const bool release = e.pressure <= 0.0f && lastPressure_ > 0.0f;
     lastPressure_ = e.pressure;
-    if (release) keyChanged(before);
+    if (press) pressed_ = before;
+    if (release) keyChanged(pressed_);
     if (hover && !result && host_.refusedBufferRequests() == refused) {
         if (host_.viewingDraws() != drawsBefore) redraw();
         return false;

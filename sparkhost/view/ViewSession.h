@@ -155,6 +155,7 @@ private:
     float magnification_ = 1.0f;
     int originX_ = 0, originY_ = 0;
     float lastPressure_ = 0.0f;
+    Values pressed_;           // keyed values when the pointer was pressed
     std::string freshSetup_;   // where a reload passes the settings to the new instance
 };
 

@@ -1,29 +1,11 @@
 // `sparkhost view` end to end: the window on vesk.spark under a virtual X display, driven by a
 // script of mouse and widget actions, its answers checked against the panel's table and against
 // what `sparkhost render` writes.
-#include "harness.h"
+#include "view_harness.h"
 
 namespace {
 
-using harness::Outcome;
-
-// Runs `sparkhost view` under xvfb-run with a script; stdout and stderr are kept apart.
-Outcome runView(const std::string& dir, const std::string& script, const std::vector<std::string>& args) {
-    const std::string scriptPath = dir + "/actions.txt";
-    std::ofstream(scriptPath) << script;
-    std::string command = "xvfb-run -a '" + harness::sparkhostPath() + "' view '" + harness::vesk() +
-                          "' --script '" + scriptPath + "'";
-    for (const auto& a : args) command += " '" + a + "'";
-    command += " > '" + dir + "/out.txt' 2> '" + dir + "/err.txt' < /dev/null";
-    Outcome run;
-    const int status = std::system(command.c_str());
-    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.out = harness::readFile(dir + "/out.txt");
-    run.err = harness::readFile(dir + "/err.txt");
-    return run;
-}
-
-bool withoutWindow(const Outcome& run) { return run.err.find("built without Qt") != std::string::npos; }
+using namespace viewharness;
 
 TEST(ViewWindow, PanelDragShapeRulesAndFrameTenAsRendered) {
     const std::string dir = harness::freshDir("view");
