@@ -1,36 +1,46 @@
 #!/bin/sh
-# How quickly `sparkhost view` answers a person at 1280x720 with 120 particles: the time from a
-# slider edit (a value typed into "Shape Width") to the new frame on screen, and from the release
-# of a drag of the birth handle to the new frame, each the median of five and four, in the replayed
-# mode at frame 1 and at frame 50 (where every new frame is brought forward from frame 1) and
-# with every processed frame advancing the swarm, as in an IFFFS host.
+# How quickly `sparkhost view` answers a person at 1280x720, in the default replayed time, with
+# 120 and with 2000 particles:
+#   - scrubbing: the timeline's handle dragged across 100 frames in 2 s, first over frames not
+#     seen since the last edit (each rendered as the handle reaches it), then back over them
+#     (shown as kept); frames shown per second while dragging;
+#   - at frame 100 (every new frame there is brought forward from frame 1): the time from a value
+#     typed into "Shape Width", from the release of a drag of the birth handle and from a press of
+#     Advance (an event placed at frame 100) to the new frame on screen, each the median of three.
+# Goals: a typed value at frame 100 with 120 particles on screen within 150 ms; scrubbing at 20
+# frames a second or more.
 set -eu
 BUILD=${1:-build}
 OUT=out/bench/view
 mkdir -p "$OUT"
 if [ -n "${DISPLAY:-}" ]; then VIEW=""; else VIEW="xvfb-run -a"; fi
 
-actions() {  # $1: mode, $2: frame
-    echo "mode $1"
-    echo "set \"Vesk Size\" 120"
+actions() {  # $1: particles
+    echo "set \"Vesk Size\" $1"
     echo "set \"Render Mode\" Render"
-    echo "frame $2"
-    for width in 40 44 48 52 56; do echo "set \"Shape Width\" $width"; done
-    for i in 1 2; do
-        echo "drag 1075,605 700,400"
-        echo "drag 700,400 1075,605"
-    done
+    echo "frame 1"
+    echo "scrub 1 100 2000"
+    echo "scrub 100 1 2000"
+    echo "frame 100"
+    for width in 40 44 48; do echo "type \"Shape Width\" $width"; done
+    echo "drag 1075,605 700,400"
+    echo "drag 700,400 1075,605"
+    echo "drag 1075,605 700,400"
+    for i in 1 2 3; do echo "press Advance"; done
 }
 
 median() { sort -n | awk '{ v[NR] = $1 } END { if (NR == 0) print "-"; else print v[int((NR + 1) / 2)] }'; }
+took() { sed 's/.*(\([0-9.]*\) ms)$/\1/'; }
 
-for run in "replayed 1" "replayed 50" "ifffs 50"; do
-    set -- $run
-    actions "$1" "$2" > "$OUT/actions-$1-$2.txt"
+for n in 120 2000; do
+    actions "$n" > "$OUT/actions-$n.txt"
     $VIEW "$BUILD/sparkhost" view "$BUILD/vesk.spark" --size 1280x720 --frames 1-100 \
-        --script "$OUT/actions-$1-$2.txt" > "$OUT/times-$1-$2.txt" 2> /dev/null
-    edit=$(grep '^set Shape Width' "$OUT/times-$1-$2.txt" | sed 's/.*(\([0-9.]*\) ms)$/\1/' | median)
-    release=$(grep '^drag' "$OUT/times-$1-$2.txt" | sed 's/.*release to frame \([0-9.]*\) ms.*/\1/' | median)
-    printf 'view %-8s at frame %-3s  slider edit to frame on screen %8s ms   drag release to frame %8s ms\n' \
-        "$1" "$2" "$edit" "$release"
+        --script "$OUT/actions-$n.txt" > "$OUT/times-$n.txt" 2> /dev/null
+    fresh=$(grep '^scrub 1 100' "$OUT/times-$n.txt" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
+    kept=$(grep '^scrub 100 1' "$OUT/times-$n.txt" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
+    typed=$(grep '^type Shape Width' "$OUT/times-$n.txt" | took | median)
+    release=$(grep '^drag' "$OUT/times-$n.txt" | sed 's/.*release to frame \([0-9.]*\) ms.*/\1/' | median)
+    button=$(grep '^press Advance' "$OUT/times-$n.txt" | took | median)
+    printf 'view %4s particles  scrub: %5s frames/s new, %5s frames/s seen   at frame 100: typed value %7s ms, drag release %7s ms, button %7s ms\n' \
+        "$n" "$fresh" "$kept" "$typed" "$release" "$button"
 done

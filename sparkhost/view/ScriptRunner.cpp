@@ -137,6 +137,15 @@ public:
             *said = type(cell, a[2]);
         } else if (verb == "scrub" && (need(2) || need(3))) {
             *said = scrub(std::atoi(a[1].c_str()), std::atoi(a[2].c_str()), a.size() > 3 ? std::atof(a[3].c_str()) : 2000.0);
+        } else if (verb == "remove-event" && need(2)) {
+            const auto marks = s_.eventMarks();
+            for (size_t i = 0; i < marks.size(); ++i)
+                if (std::to_string(marks[i].first) == a[1] && normaliseName(marks[i].second) == normaliseName(a[2])) {
+                    s_.removeEvent(i);
+                    w_.goTo(s_.currentFrame());
+                    return "";
+                }
+            return "no event " + a[2] + " at frame " + a[1];
         } else if (verb == "marks" && need(0)) {
             *said = w_.timeline()->marks()->describe();
         } else if (verb == "on-close" && (need(1) || need(2))) {

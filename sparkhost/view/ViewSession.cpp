@@ -11,6 +11,7 @@
 #include "sparkhost/lib/Keyframes.h"
 #include "sparkhost/lib/Setup.h"
 #include "sparkhost/lib/ShotCatchUp.h"
+#include "sparkhost/lib/ShotEvents.h"
 
 namespace sparkhost {
 
@@ -201,6 +202,15 @@ ViewSession::Chase ViewSession::chase(int frame, double budgetMs) {
         sliceFrames_ = std::clamp(int(budgetMs / each), 1, 100000);
         if (stepped_ < index - 1) return Chase::Working;
     }
+    // The events the simulation passes on its way to the frame act before it.
+    std::string error;
+    const int firstEvent = stepped_ >= 0 ? frames_[size_t(stepped_)] + 1 : frames_.front();
+    if (!replayEvents(*plugin_, std::min(firstEvent, frame), frame, &error)) {
+        host_.report(HostMessage::Error, error);
+        invalidate();
+        host_.setBuffersReady(false);
+        return Chase::Failed;
+    }
     const bool ok = renderedHere(frame);
     stepped_ = ok ? index : -1;
     fresh_ = false;
@@ -254,6 +264,12 @@ bool ViewSession::stepThrough(int from, int to) {
         const int done = i - from, total = to - from;
         auto progress = [&](int k, int) { return !progress_ || progress_(done + k, total); };
         std::string error;
+        // Events at frames between the runs act before the run that follows them.
+        if (i > 0 && frames_[size_t(i)] - frames_[size_t(i - 1)] > 1 &&
+            !replayEvents(*plugin_, frames_[size_t(i - 1)] + 1, frames_[size_t(i)] - 1, &error)) {
+            host_.report(HostMessage::Error, error);
+            return false;
+        }
         if (!catchUp(*plugin_, frames_[size_t(i)], frames_[size_t(j - 1)] + 1, progress, &error,
                      step > 0 ? step : 1)) {
             host_.report(HostMessage::Error, error);
@@ -366,6 +382,15 @@ bool ViewSession::setColour(const Control& control, unsigned packed) {
 }
 
 void ViewSession::press(const Control& control) {
+    // In replayed time a button that acts on the simulation is an event at the current frame.
+    if (replayed_ && eventAction(panel(), control) != EventAction::None) {
+        host_.addEvent(ShotEvent{current_, control.record});
+        host_.report(HostMessage::Note, panel().name(control) + " placed at frame " + std::to_string(current_) +
+                                            " (right-click its mark on the timeline to remove it)");
+        ++renders_;
+        refresh();
+        return;
+    }
     const Values before = keyedValues();
     const int refused = host_.refusedBufferRequests();
     unsigned long* result = plugin_->callCallback(control);
@@ -442,7 +467,23 @@ std::string ViewSession::fingerprint() const {
         for (const auto& key : entry.second.keys())
             text += "key " + std::to_string(entry.first.first) + " " + std::to_string(entry.first.second) + " " +
                     std::to_string(key.first) + " " + std::to_string(key.second) + "\n";
+    for (const ShotEvent& event : host_.events()) text += "event " + std::to_string(event.frame) + " " + event.record + "\n";
     return text;
+}
+
+std::vector<std::pair<int, std::string>> ViewSession::eventMarks() const {
+    std::vector<std::pair<int, std::string>> marks;
+    for (const ShotEvent& event : host_.events()) {
+        const Control* c = plugin_->panel().findRecord(event.record);
+        marks.emplace_back(event.frame, c ? plugin_->panel().name(*c) : event.record);
+    }
+    return marks;
+}
+
+bool ViewSession::removeEvent(size_t index) {
+    if (!host_.removeEvent(index)) return false;
+    invalidate();
+    return true;
 }
 
 bool ViewSession::unsaved() const { return fingerprint() != savedFingerprint_; }

@@ -113,6 +113,10 @@ public:
     bool keyed(const Control& control) const;
     // Frames holding a key of any curve, in order.
     std::vector<int> keyFrames() const;
+    // The shot's events (a simulation button pressed in replayed time is placed at the current
+    // frame; see ShotEvents.h) as frame and button name, in replay order; and removing one.
+    std::vector<std::pair<int, std::string>> eventMarks() const;
+    bool removeEvent(size_t index);
 
     // Messages of the plug-in not yet taken by the window.
     std::vector<HostMessage> takeMessages();

@@ -61,6 +61,10 @@ ViewWindow::ViewWindow(ViewSession& session) : session_(session) {
     viewer_->setRendered([this] { afterChange(); });
     timeline_->setGoTo([this](int frame) { return goTo(frame); });
     timeline_->setScrub([this](int frame) { requestFrame(frame); });
+    timeline_->setRemoveEvent([this](int index) {
+        session_.removeEvent(size_t(index));
+        goTo(session_.currentFrame());
+    });
     setupPath_ = session.setupPath();
 
     // While a chase runs: how far it is, and a way to stop it.
@@ -172,7 +176,7 @@ void ViewWindow::showBusy(bool busy) {
 }
 
 void ViewWindow::afterChange() {
-    timeline_->setMarks(session_.keyFrames(), {});
+    timeline_->setMarks(session_.keyFrames(), session_.eventMarks());
     panel_->refresh();
     log_->add(session_.takeMessages());
     viewer_->redraw();
