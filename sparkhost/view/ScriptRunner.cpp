@@ -23,6 +23,7 @@
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/Names.h"
 #include "sparkhost/view/ControlCell.h"
+#include "sparkhost/view/MessageLog.h"
 #include "sparkhost/view/PanelWidget.h"
 #include "sparkhost/view/TimelineBar.h"
 #include "sparkhost/view/ViewSession.h"
@@ -146,6 +147,8 @@ public:
                     return "";
                 }
             return "no event " + a[2] + " at frame " + a[1];
+        } else if (verb == "log" && need(0)) {
+            *said = w_.log()->toPlainText().replace('\n', " | ").toStdString();
         } else if (verb == "marks" && need(0)) {
             *said = w_.timeline()->marks()->describe();
         } else if (verb == "on-close" && (need(1) || need(2))) {

@@ -14,6 +14,7 @@
 //   scrub F0 F1 [MS]               drags the timeline's handle from F0 to F1 over MS ms (2000),
 //                                  releases it and prints the frames shown on the way
 //   marks                          prints the timeline's key and event marks
+//   log                            prints the message log, lines separated by " | "
 //   remove-event FRAME NAME        removes an event as its mark's menu does
 //   rate FPS | max                 the play rate
 //   pause MS                       lets the window run for MS milliseconds

@@ -27,6 +27,9 @@ TimelineMarks::TimelineMarks(QSlider* slider, QWidget* parent) : QWidget(parent)
 
 void TimelineMarks::set(const std::vector<int>& frames, std::vector<int> keys, std::vector<EventMark> events) {
     frames_ = frames;
+    // Keys beyond the range shape the curve inside it but have no place on the timeline.
+    const auto [lo, hi] = std::minmax_element(frames_.begin(), frames_.end());
+    keys.erase(std::remove_if(keys.begin(), keys.end(), [&](int k) { return k < *lo || k > *hi; }), keys.end());
     keys_ = std::move(keys);
     events_ = std::move(events);
     update();

@@ -9,6 +9,7 @@
 #include "sparkhost/lib/FrameRange.h"
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/Keyframes.h"
+#include "sparkhost/lib/Names.h"
 #include "sparkhost/lib/Setup.h"
 #include "sparkhost/lib/ShotCatchUp.h"
 #include "sparkhost/lib/ShotEvents.h"
@@ -150,6 +151,7 @@ bool ViewSession::goTo(int frame) {
 }
 
 void ViewSession::invalidate() {
+    nothingNoted_ = false;
     stepped_ = -1;
     fresh_ = false;
     kept_.clear();
@@ -290,7 +292,31 @@ bool ViewSession::render(int frame) {
     unsigned long* result = plugin_->renderFrame(frame);
     if (!result) return false;
     showOutput(result);
+    noteNothingDrawn();
     return true;
+}
+
+// A frame that is exactly its background while inputs are left unconnected most likely misses
+// them (a shape made of clips without its matte draws nothing): say which, once per change.
+void ViewSession::noteNothingDrawn() {
+    if (nothingNoted_ || !host_.hasBuffer(kFirstInputBuffer)) return;
+    int entry = 0;
+    const Control* mode = wireframeSwitch(*plugin_, &entry);
+    if (mode && mode->asList()->Value == entry) return;   // a preview draws over the viewer only
+    const FrameBuffer& background = host_.buffer(kFirstInputBuffer);
+    if (background.bytes() != shown_.bytes() || !background.samePixels(shown_)) return;
+    std::string missing;
+    for (int clip = 1; clip < plugin_->clips(); ++clip) {
+        if (clips_.hasClip(clip)) continue;
+        const Control* name = panel().find(ControlKind::String, clip);
+        missing += (missing.empty() ? "" : ", ") + std::to_string(clip + 1) +
+                   (name ? " (" + trimRight(panel().label(*name)) + ")" : std::string());
+    }
+    if (missing.empty()) return;
+    nothingNoted_ = true;
+    host_.report(HostMessage::Note, "frame " + std::to_string(current_) +
+                                        " shows nothing of the effect over clip 1; not connected: clip " + missing +
+                                        ". A shape made of clips needs its colour and matte clips (--clip N=FILE).");
 }
 
 void ViewSession::showOutput(unsigned long* result) {

@@ -129,6 +129,7 @@ private:
     bool renderedHere(int frame);
     bool restart();
     bool render(int frame);
+    void noteNothingDrawn();
     bool stepThrough(int from, int to);
     bool afterCallback(unsigned long* result, int refusedBefore);
     void showOutput(unsigned long* result);
@@ -160,6 +161,7 @@ private:
     int originX_ = 0, originY_ = 0;
     float lastPressure_ = 0.0f;
     Values pressed_;           // keyed values when the pointer was pressed
+    bool nothingNoted_ = false;
     std::string freshSetup_;   // where a reload passes the settings to the new instance
 };
 

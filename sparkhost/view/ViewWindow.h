@@ -31,6 +31,7 @@ public:
     ViewerWidget* viewer() const { return viewer_; }
     PanelWidget* panel() const { return panel_; }
     TimelineBar* timeline() const { return timeline_; }
+    MessageLog* log() const { return log_; }
 
     // Shows a frame of the range, with a progress dialog while a replay takes a moment.
     bool goTo(int frame);

@@ -95,7 +95,7 @@ TEST(ViewEdit, DraggingAKeyedHandleKeysItAtTheFrameAndMatchesRender) {
     const std::string after = view.out.substr(drag);
     EXPECT_TRUE(harness::contains(after, "print Food X: Food X: 30.00, visible, enabled, field 30.00, keyed")) << after;
     EXPECT_TRUE(harness::contains(after, "print Food Y: Food Y: 70.00, visible, enabled, field 70.00, keyed")) << after;
-    EXPECT_TRUE(harness::contains(said(view, "marks"), "keys 1, 40, 45, 80, 120, 160")) << said(view, "marks");
+    EXPECT_TRUE(harness::contains(said(view, "marks"), "keys 1, 40, 45;")) << said(view, "marks");
     // A typed value keys the frame too; frame 44 lies on the curve between the keys at 40 (30)
     // and 45 (now 50).
     const size_t at44 = after.find("frame 44: frame 44");

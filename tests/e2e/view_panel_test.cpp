@@ -41,4 +41,18 @@ TEST(ViewPanel, InfoAndTheWindowShowAndHideAlike) {
     }
 }
 
+TEST(ViewPanel, AShapeMadeOfClipsWithoutThemSaysWhichAreMissing) {
+    const std::string dir = harness::freshDir("view_missing");
+    const Outcome view = runView(dir, "set \"Render Mode\" Render\nlog\nset Shape \"Cols with Matte\"\nlog\n",
+                                 {"--frames", "1-3", "--size", "160x90"});
+    if (withoutWindow(view)) GTEST_SKIP() << "sparkhost was built without Qt";
+    ASSERT_EQ(view.code, 0) << view.err;
+    const size_t first = view.out.find("\nlog: "), second = view.out.find("\nlog: ", first + 1);
+    ASSERT_NE(second, std::string::npos) << view.out;
+    // Blobs draw without clips 2 and 3: no word. Cols with Matte draws nothing without them.
+    EXPECT_FALSE(harness::contains(view.out.substr(first, second - first), "not connected")) << view.out;
+    const std::string log = view.out.substr(second);
+    EXPECT_TRUE(harness::contains(log, "not connected: clip 2 (2: Shape Colour), 3 (3: Shape Matte)")) << log;
+}
+
 }  // namespace
