@@ -7,6 +7,7 @@
 #include "effect/Lumps.h"
 #include "effect/Particles.h"
 #include "effect/Shapes.h"
+#include "effect/Bounded.h"
 #include "effect/Vesk.h"
 #include "framework/RandomQ4.h"
 
@@ -60,7 +61,8 @@ tagPARTLUMP* part_lump_create(float r, float ax, float ay)
             const float dj = (float)(j - R);
             const float d = std::sqrt(dj * dj * ax2 + di * di * ay2);
             float t = (r - d) / r;
-            if (t < 0.0f) t = 0.0f;
+            // Not-a-number (from a pixel ratio that is none) weighs nothing, as beyond the radius.
+            if (!(t >= 0.0f)) t = 0.0f;
             lump->weights[i * n + j] =
                 (int)std::floor(std::sin((double)t * 1.570796327) * (double)LUMP_CENTRE_WEIGHT);
         }
@@ -86,7 +88,7 @@ void Vesk::part_anti_aliased_lump(ImageQ4* layer, int iw, int /*ih*/, int px, in
     const tagPARTSET* st = set;
     ImageQ4* colours = st->shapes_over_cols ? st->source2 : nullptr;
     const float density = st->density;
-    const int own[3] = {(int)p->colour[0], (int)p->colour[1], (int)p->colour[2]};
+    const int own[3] = {bounded_int(p->colour[0]), bounded_int(p->colour[1]), bounded_int(p->colour[2])};
     // Columns of the lump inside the frame: left of the frame they are skipped, and the row ends
     // at the first column past its right edge.
     const int j0 = half - px > 0 ? half - px : 0;
@@ -176,17 +178,18 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
     const float k = ax / ay;
 
     // Half extents of the rotated footprint.
-    const int hx = (std::abs((int)((float)W * c)) + std::abs((int)((float)H * s))) / 2 + 1;
+    const int hx = (std::abs(bounded_int((float)W * c)) + std::abs(bounded_int((float)H * s))) / 2 + 1;
     const int hy =
-        (int)((float)(std::abs((int)((float)H * c)) + std::abs((int)((float)W * s))) * k) / 2 + 1;
+        bounded_int((float)(std::abs(bounded_int((float)H * c)) + std::abs(bounded_int((float)W * s))) * k) / 2 + 1;
     if (px - hx >= iw || px + hx < 0 || py + hy < y0 || py - hy >= y1) return;
 
     // One sprite pixel covers sx x sy source pixels.
     const float sx = (float)iw / (float)W;
     const float sy = (ay / ax) * ((float)ih / (float)H);
     const float half_w = (float)(W / 2);
-    const float half_h = (float)(int)((float)(H / 2) * k);
+    const float half_h = (float)bounded_int((float)(H / 2) * k);
     const int mode = st->shape;
+    const int own_colour[3] = {bounded_int(p->colour[0]), bounded_int(p->colour[1]), bounded_int(p->colour[2])};
     const TextureSums* sums = &texture_sums;
     if (!(sums->ready && sums->width == iw && sums->height == ih)) sums = nullptr;
     {
@@ -197,12 +200,15 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
         if (top <= bottom) mark_layer_area(band, top, bottom, left, right);
     }
 
-    for (int v = -hy; v < hy; ++v) {
+    // Rows and columns outside the frame draw nothing: the loops start and stop at its edges.
+    const int v_first = -hy > -py ? -hy : -py, v_end = hy < ih - py ? hy : ih - py;
+    const int u_first = -hx > -px ? -hx : -px, u_end = hx < iw - px ? hx : iw - px;
+    for (int v = v_first; v < v_end; ++v) {
         const int Y = py + v;
         if (Y < 0 || Y >= ih) continue;
         const float a1 = (float)v * ay;
         PixelQ4* row = layer->rows[Y];
-        for (int u = -hx; u < hx; ++u) {
+        for (int u = u_first; u < u_end; ++u) {
             const int X = px + u;
             const float fu = (float)u;
             const float yr = (c * a1 - s * fu) / ay;
@@ -228,9 +234,9 @@ void Vesk::draw_texture(int px, int py, int W, int H, int y0, int y1, tagPART* p
                 d.b = over(own.b, m, d.b);
                 d.a = over(32767, m, d.a);
             } else {
-                d.r = over((int)p->colour[0], m, d.r);
-                d.g = over((int)p->colour[1], m, d.g);
-                d.b = over((int)p->colour[2], m, d.b);
+                d.r = over(own_colour[0], m, d.r);
+                d.g = over(own_colour[1], m, d.g);
+                d.b = over(own_colour[2], m, d.b);
                 d.a = over(32767, m, d.a);
             }
         }

@@ -4,6 +4,7 @@
 #include "effect/PartRender.h"
 
 #include "Library/Q4Image.h"
+#include "effect/Bounded.h"
 #include "effect/Lumps.h"
 #include "effect/Particles.h"
 #include "effect/Vesk.h"
@@ -51,10 +52,13 @@ int part_set_split_bands(tagPARTSET* s, int layers, int clear_count)
 
 void Vesk::part_render(tagPARTSET* s, tagPART* p, int y0, int y1, int band)
 {
-    const int sx = (int)((double)p->size_cur[0] + 0.5);
-    const int sy = (int)((double)p->size_cur[1] + 0.5);
-    const int px = (int)((double)((float)s->width2 * p->pos.x) + 0.5);
-    const int py = (int)((double)((float)s->height2 * p->pos.y) + 0.5);
+    const int sx = bounded_int((double)p->size_cur[0] + 0.5);
+    const int sy = bounded_int((double)p->size_cur[1] + 0.5);
+    const int px = bounded_int((double)((float)s->width2 * p->pos.x) + 0.5);
+    const int py = bounded_int((double)((float)s->height2 * p->pos.y) + 0.5);
+    // A shape wider or taller than PART_MAX_EXTENT pixels (only a pixel ratio or control value no
+    // picture uses makes one) is not drawn: its scan would need gigabytes.
+    if (sx > PART_MAX_EXTENT || sx < -PART_MAX_EXTENT || sy > PART_MAX_EXTENT || sy < -PART_MAX_EXTENT) return;
     switch (s->shape) {
     case 0: {
         // Lump of radius isize_cur + 1; sizes are kept inside the table by the particle model,

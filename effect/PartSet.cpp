@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/q4_heap.h"
+#include "effect/Bounded.h"
 #include "effect/Lumps.h"
 #include "effect/Particles.h"
 #include "effect/Vesk.h"
@@ -98,8 +99,13 @@ void Vesk::part_info_from_spark(tagPARTSET* s) {
     s->colour[0] = (float)colour.r;
     s->colour[1] = (float)colour.g;
     s->colour[2] = (float)colour.b;
-    s->density = (float)(c.shape_density.GetValue(t) / 100.0);
-    s->size = c.vesk_size.GetValue(t);
+    // A record may hold any number. Beyond what a control's range can give, a density is held
+    // at ±1024 (a pixel's coverage then still fits an int; not-a-number draws nothing), the
+    // flock at PART_MAX_PARTICLES and the pre-roll at PART_MAX_PREROLL steps.
+    const double density = c.shape_density.GetValue(t) / 100.0;
+    s->density = density == density ? (float)bounded_value(density, -1024.0, 1024.0) : 0.0f;
+    const int size = c.vesk_size.GetValue(t);
+    s->size = size < 0 ? 0 : size > PART_MAX_PARTICLES ? PART_MAX_PARTICLES : size;
 
     s->use_birth_matte = c.use_birth_matte.GetValue(t) ? 1 : 0;
     s->invert_birth_matte = c.invert_birth_matte.GetValue(t) ? 1 : 0;
@@ -127,7 +133,8 @@ void Vesk::part_info_from_spark(tagPARTSET* s) {
     s->hunt_food = c.hunt_food.GetValue(t) ? 1.0f : 0.0f;
     s->personal_space = (float)(c.personal_space.GetValue(t) / 200.0);
     s->predator_fear = (float)(c.fear_of_predator.GetValue(t) / 100.0);
-    s->preroll = c.preroll.GetValue(t);
+    const int preroll = c.preroll.GetValue(t);
+    s->preroll = preroll > PART_MAX_PREROLL ? PART_MAX_PREROLL : preroll;
     s->avoid_forward = (float)(c.avoid_forward.GetValue(t) / 200.0);
     s->avoid_sides = (float)(c.avoid_sides.GetValue(t) / 200.0);
     s->grouping = (float)(0.5 - c.vesk_grouping.GetValue(t) / 200.0);

@@ -15,6 +15,7 @@
 #include "Library/Q4Image.h"
 #include "base/q4_heap.h"
 #include "effect/BlockSums.h"
+#include "effect/Bounded.h"
 #include "effect/Particles.h"
 #include "effect/Raster.h"
 #include "effect/Vesk.h"
@@ -215,14 +216,26 @@ void Vesk::concave_d(int n, tagPOS* pts, tagPART* part, int band)
     for (int k = 0; k < n; ++k) ind[k] = k;
 
     sort_indx(ind, n, band);
-    const int xmin = (int)std::ceil((double)pts[ind[0]].x - 0.5);
-    const int xmax = (int)std::floor((double)pts[ind[n - 1]].x - 0.5);
+    const int xmin = bounded_int(std::ceil((double)pts[ind[0]].x - 0.5));
+    const int xmax = bounded_int(std::floor((double)pts[ind[n - 1]].x - 0.5));
     const int w = xmax - xmin;
 
     sort_indy(ind, n, band);
-    const int ymin = (int)std::ceil((double)pts[ind[0]].y - 0.5);
-    const int ymax = (int)std::floor((double)pts[ind[n - 1]].y - 0.5);
+    const int ymin = bounded_int(std::ceil((double)pts[ind[0]].y - 0.5));
+    const int ymax = bounded_int(std::floor((double)pts[ind[n - 1]].y - 0.5));
     const int h = ymax - ymin;
+    // A polygon wider or taller than the largest shape drawn, or with a corner that is not a
+    // number or lies beyond the bounded range, is not drawn: past this test every corner lies
+    // inside that range.
+    const int most = PART_MAX_EXTENT * RASTER_SUPERSAMPLE;
+    bool corners_bounded = true;
+    for (int k = 0; k < n; ++k)
+        corners_bounded = corners_bounded && std::fabs(pts[k].x) < (float)BOUNDED_LIMIT &&
+                          std::fabs(pts[k].y) < (float)BOUNDED_LIMIT;
+    if (!corners_bounded || w > most || h > most) {
+        slot.nact = 0;
+        return;
+    }
 
     // w and h are one less than the supersample columns and rows the polygon spans; the mask is
     // laid out by them as it always has been. Without a whole 8x8 block nothing can be drawn.
@@ -300,16 +313,19 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
     int coverage[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
     bool narrow = true;
     for (int k = 0; k <= RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE; ++k) {
-        coverage[k] = (int)((float)k * 0.015625f * 32768.0f * density);
+        coverage[k] = bounded_int((float)k * 0.015625f * 32768.0f * density);
         narrow = narrow && coverage[k] >= 0 && coverage[k] <= 32768;
     }
-    const int own[3] = {(int)part->colour[0], (int)part->colour[1], (int)part->colour[2]};
+    const int own[3] = {bounded_int(part->colour[0]), bounded_int(part->colour[1]), bounded_int(part->colour[2])};
     // Two pixels per step in 16-bit lanes where every value lies in the channel range: with
     // m = 32768 - a, (c * a + d * m) >> 15 is d + (((c - d) * a) >> 15), which lies between d and
     // c, so no clamp is needed; full coverage (a = 32768, beyond a lane) gives c itself.
     const bool own_in_range = own[0] >= 0 && own[0] <= 32767 && own[1] >= 0 && own[1] <= 32767 &&
                               own[2] >= 0 && own[2] <= 32767;
     const bool lanes = narrow && own_in_range;
+    // A colour beyond the channel range (only Random Colours past 100 makes one) takes the wide
+    // sums, which give the same numbers wherever the narrow ones do not overflow.
+    const bool narrow_sums = narrow && own_in_range;
     // Each block sum's coverage in four lanes (full coverage, beyond a lane, marked apart).
     unsigned long long coverage_lanes[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
     unsigned long long full_lanes[RASTER_SUPERSAMPLE * RASTER_SUPERSAMPLE + 1];
@@ -333,7 +349,7 @@ void Vesk::blend_coverage(int ox, int oy, int bw, int bh, const int* sums, tagPA
             const int cb = colour_row ? colour_row[X].b : own[2];
             PixelQ4& d = dst_row[X];
             const int m = 32768 - a;
-            if (narrow) {
+            if (narrow_sums) {
                 // Premultiplied "over" of a solid colour with coverage a of at most one: every
                 // sum stays within 32 bits and above zero.
                 d.r = (unsigned short)clamp15((cr * a + d.r * m) >> 15);

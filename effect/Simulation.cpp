@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/q4mp.h"
+#include "effect/Bounded.h"
 #include "effect/PartRender.h"
 #include "effect/Particles.h"
 #include "effect/Shapes.h"
@@ -121,16 +122,16 @@ void Vesk::part_init(tagPARTSET* s, tagPART* p, tagPOS at) {
             p->size_full[i] = (float)full[i];
             p->size_cur[i] = (float)cur[i];
         }
-        p->isize_full = (int)p->size_full[0];
-        p->isize_cur = (int)p->size_cur[0];
+        p->isize_full = bounded_int(p->size_full[0]);
+        p->isize_cur = bounded_int(p->size_cur[0]);
     } else {
         // Whole pixels and no 8..100 clamp in this branch: existing setups rely on it.
-        p->isize_cur = (int)s->shape_w_cur;
-        p->isize_full = (int)s->shape_w;
-        p->size_cur[0] = (float)(int)s->shape_w_cur;
-        p->size_cur[1] = (float)(int)s->shape_h_cur;
-        p->size_full[0] = (float)(int)s->shape_w;
-        p->size_full[1] = (float)(int)s->shape_h;
+        p->isize_cur = bounded_int(s->shape_w_cur);
+        p->isize_full = bounded_int(s->shape_w);
+        p->size_cur[0] = (float)bounded_int(s->shape_w_cur);
+        p->size_cur[1] = (float)bounded_int(s->shape_h_cur);
+        p->size_full[0] = (float)bounded_int(s->shape_w);
+        p->size_full[1] = (float)bounded_int(s->shape_h);
     }
 
     if (info.random_start.GetValue(t)) {
@@ -197,7 +198,7 @@ void Vesk::part_move(tagPARTSET* s, tagPART* p, int texturing_cycle, int frames_
 
     if (texturing_cycle) {
         int next = p->tex_frame + 1;
-        p->tex_frame = next > frames_in_cycle - 1 ? 0 : next;
+        p->tex_frame = next >= frames_in_cycle ? 0 : next;
     }
 
     if (s->use_avoid_matte && s->avoid_matte) {
@@ -236,7 +237,11 @@ void Vesk::part_set_execute(tagPARTSET* s, int frame_number) {
             continue;
         }
         tagPART* p = part_alloc(s);
-        if (!p) continue;  // heap exhausted: try again without counting the attempt
+        if (!p) {
+            // Out of memory: the swarm stays as large as it has grown.
+            PrintError("Out of memory for more particles\n");
+            break;
+        }
         part_init(s, p, at);
         p->next = s->live_list;
         s->live_list = p;

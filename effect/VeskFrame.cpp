@@ -104,7 +104,9 @@ void Vesk::prepare_layers(int w, int h) {
 }
 
 void Vesk::seed_random_tables(int seed) {
-    gradientTabInit(-seed);
+    // Negated as a 32-bit register does: the most negative seed stays itself.
+    const int negated = (int)(0u - (unsigned)seed);
+    gradientTabInit(negated);
     if (seed >= 0 && seed == random_table_seed) {
         // A seed of zero or more restarts the generator, so the table and the state the fill
         // leaves depend on the seed alone: the last frame's fill is this frame's, without a
@@ -112,7 +114,7 @@ void Vesk::seed_random_tables(int seed) {
         random_state = random_state_after;
         ran1fQ4SetState(random_shuffle_after);
     } else {
-        random_state = -seed;
+        random_state = negated;
         fill_random_table();
         random_table_seed = seed >= 0 ? seed : -1;
         random_state_after = random_state;
