@@ -2,9 +2,7 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <string>
-#include <thread>
 
 #include "ofx/Suites.h"
 
@@ -128,23 +126,6 @@ Image DescribeImage(OfxPropertySetHandle handle) {
 
 namespace {
 
-// Runs rows first .. last - 1 in four bands, one per thread (the calling thread takes the first),
-// as the effect runs its own bands: a conversion of a whole frame is memory-bound work that
-// several cores share well.
-void in_bands(int first, int last, const std::function<void(int, int)>& band) {
-    const int bands = 4;
-    const int rows = last - first;
-    if (rows < 64) {
-        band(first, last);
-        return;
-    }
-    std::thread workers[bands - 1];
-    for (int b = 1; b < bands; ++b)
-        workers[b - 1] = std::thread(band, first + rows * b / bands, first + rows * (b + 1) / bands);
-    band(first, first + rows / bands);
-    for (std::thread& w : workers) w.join();
-}
-
 // The image column each full-resolution column samples (-1 outside the image), once per call.
 std::vector<int> column_map(const Image& image, const Placement& place) {
     std::vector<int> cols((size_t)place.width, -1);
@@ -164,6 +145,23 @@ void row_to_spark(const Image& image, const std::vector<int>& cols, bool contigu
     if (contiguous) {
         // Scale 1 with the image over the whole row: pixel after pixel.
         const uint8_t* p = row + (ptrdiff_t)(cols[0] - image.bounds.x1) * step;
+        if constexpr (Bytes == 1 && !Twelve) {
+            // Bytes to bytes: the levels are the image's own, so plain copies do.
+            uint8_t* out = buffer + first;
+            const size_t n = cols.size();
+            if (image.components == 3) {
+                memcpy(out, p, 3 * n);
+            } else if (image.components == 4) {
+                for (size_t x = 0; x < n; ++x, out += 3, p += 4) {
+                    out[0] = p[0];
+                    out[1] = p[1];
+                    out[2] = p[2];
+                }
+            } else {
+                for (size_t x = 0; x < n; ++x, out += 3, ++p) out[0] = out[1] = out[2] = p[0];
+            }
+            return;
+        }
         for (size_t x = 0; x < cols.size(); ++x, p += step)
             for (int c = 0; c < 3; ++c)
                 spark_set(buffer, first + 3 * x + (size_t)c, level(p + c * channel_step, Bytes, Twelve), Twelve);
@@ -187,8 +185,7 @@ void ImageToSpark(const Image& image, const Placement& place, bool twelve_bit, u
     const std::vector<int> cols = column_map(image, place);
     bool contiguous = !cols.empty() && cols[0] >= 0;
     for (size_t x = 1; x < cols.size() && contiguous; ++x) contiguous = cols[x] == cols[0] + (int)x;
-    in_bands(0, place.height, [&](int from, int to) {
-    for (int r = from; r < to; ++r) {
+    for (int r = 0; r < place.height; ++r) {
         const int Y = place.y0 + place.height - 1 - r;
         const int iy = (int)std::floor(((double)Y + 0.5) * place.sy);
         // What the image does not cover is black.
@@ -204,7 +201,6 @@ void ImageToSpark(const Image& image, const Placement& place, bool twelve_bit, u
         default: row_to_spark<4, true>(image, cols, contiguous, iy, buffer, first); break;
         }
     }
-    });
 }
 
 namespace {
@@ -222,6 +218,17 @@ void row_from_spark(const uint8_t* spark, const uint8_t* spark_source, const Ima
         // Scale 1, the frame over the whole row and an RGBA source beside it: pixel after pixel.
         const uint8_t* a = source->pixel(x1, oy) + 3 * Bytes;
         size_t at = (size_t)map.index(row, x1) * 3;
+        if constexpr (Bytes == 1 && !Twelve) {
+            // Bytes to bytes: the Spark levels are the output's own.
+            const uint8_t* in = spark + at;
+            for (int ox = x1; ox < x2; ++ox, out += 4, a += 4, in += 3) {
+                out[0] = in[0];
+                out[1] = in[1];
+                out[2] = in[2];
+                out[3] = a[0];
+            }
+            return;
+        }
         for (int ox = x1; ox < x2; ++ox, out += 4 * Bytes, a += 4 * Bytes, at += 3) {
             for (int c = 0; c < 3; ++c) put(out + c * Bytes, Bytes, spark_get(spark, at + c, Twelve), Twelve);
             memcpy(out + 3 * Bytes, a, Bytes);
@@ -274,8 +281,7 @@ void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>*
                             spark_source->size() == spark.size();
     const OutputMap map(place, w);
     const uint8_t* in = spark_source ? spark_source->data() : nullptr;
-    in_bands(w.y1, w.y2, [&](int from, int to) {
-    for (int oy = from; oy < to; ++oy) {
+    for (int oy = w.y1; oy < w.y2; ++oy) {
         const long row = map.row(oy);
         if (output.components == 1) {
             // An alpha-only output carries the source's matte, or opaque.
@@ -303,7 +309,6 @@ void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>*
             break;
         }
     }
-    });
 }
 
 void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<uint8_t>& over_white,
