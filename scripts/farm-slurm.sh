@@ -126,6 +126,9 @@ submit)
         esac
     done
     [ -e "$SHOT/shot.env" ] && fail "'$SHOT' already holds a shot: use rerun, or choose another folder"
+    # Everything a chunk would refuse is refused here, before anything is queued.
+    "$SPARKHOST" render --quiet "$@" --frames "$FRAMES" --check ||
+        fail "sparkhost refuses these render arguments (above); nothing was submitted"
     mkdir -p "$SHOT/logs" "$SHOT/status" || fail "cannot make the shot folder '$SHOT'"
     {
         printf 'FIRST=%q LAST=%q CHUNK=%q CPUS=%q PARTITION=%q\n' "$FIRST" "$LAST" "$CHUNK" "$CPUS" "$PARTITION"
@@ -160,7 +163,10 @@ TASK
     chmod +x "$SHOT/task.sh"
     load_shot "$SHOT"
     submit_chunks "0-$((index - 1))"
-    [ "$WAIT" = 1 ] && { wait_shot; summary; }
+    if [ "$WAIT" = 1 ]; then
+        wait_shot
+        summary
+    fi
     ;;
 wait)
     load_shot "$1"
@@ -185,7 +191,10 @@ rerun)
         exit 0
     fi
     submit_chunks "$redo"
-    [ "${2:-}" = --wait ] && { wait_shot; summary; }
+    if [ "${2:-}" = --wait ]; then
+        wait_shot
+        summary
+    fi
     ;;
 *) usage ;;
 esac

@@ -123,10 +123,6 @@ int runInfo(const InfoOptions& options) {
         std::cerr << "sparkhost: " << error << "\n";
         return 2;
     }
-    // The plug-in's own console lines go to standard error so that the listing can be piped.
-    std::fflush(stdout);
-    int savedOut = dup(1);
-    dup2(2, 1);
     plugin.initialise();
     // A plug-in that never asks for its setup still gets the one given.
     if (!options.setup.empty() && host.setupLoads().end() == std::find(host.setupLoads().begin(),
@@ -155,8 +151,6 @@ int runInfo(const InfoOptions& options) {
     if (colour.configure(ColourOptions(), &noClips, "", &error)) std::cout << "\n" << colour.describeConfig();
     else std::cerr << "sparkhost: " << error << "\n";
     std::cout.flush();
-    std::fflush(stdout);
-    dup2(2, 1);
     plugin.uninitialise();
     return 0;
 }

@@ -158,6 +158,12 @@ bool checkRenderInputs(const RenderOptions& o, RenderInputs* in, std::string* er
     if (::access(outFolder.c_str(), F_OK) != 0) return fail("output folder '" + outFolder + "' does not exist");
     if (!canWriteIn(outFolder)) return fail("output folder '" + outFolder + "' is not writable");
     if (!canWriteImageType(o.output, &why)) return fail("-o: " + why);
+    if (!checkCompression(o.output, o.compression, error)) return false;
+    for (const auto& set : o.sets) {
+        size_t eq = set.find('=');
+        if (eq != std::string::npos && set.find_first_not_of(" \t") == eq)
+            return fail("bad --set '" + set + "': the control's name is missing; write NAME=VALUE");
+    }
 
     if (!o.keys.empty() && !readKeyframes(o.keys, &in->keys, error)) return false;
     if (!o.setup.empty() && !readableFile(o.setup)) return fail("cannot read setup file '" + o.setup + "'");

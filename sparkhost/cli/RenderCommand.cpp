@@ -164,6 +164,11 @@ int runRender(const RenderOptions& o) {
     // The viewer, when the overlay is wanted or a drag is to be made in it.
     ViewerSession viewer(plugin, o.overlay, o.drag);
     if (viewer.active() && !viewer.start(&error)) return complain(error);
+    if (o.check) {
+        std::cerr << "sparkhost: checked, nothing rendered: " << rangeText(frames, o.frames) << " to " << o.output
+                  << " would render\n";
+        return 0;
+    }
 
     plugin.startRender();
     if (!plan.shotTime && !catchUp(plugin, plan.shotStart, frames.front(), nullptr, &error, plan.catchUpStep))

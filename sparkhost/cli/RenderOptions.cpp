@@ -1,12 +1,48 @@
 #include "RenderOptions.h"
 
 #include <CLI/CLI.hpp>
+
 #include <cfloat>
+#include <cmath>
 #include <cstdlib>
 
 #include "ColourOptions.h"
 
 namespace sparkhost {
+
+namespace {
+
+// An option given with an empty value ("--setup ''", a script's unset variable) is refused rather
+// than taken as left out.
+const CLI::Validator kNotEmpty(
+    [](std::string& text) { return text.empty() ? std::string("needs a value, not an empty text") : std::string(); },
+    "", "not empty");
+
+const CLI::Validator kFrameNumber(
+    [](std::string& text) {
+        bool digits = !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == std::string::npos;
+        return digits ? std::string() : "'" + text + "' is not a frame number (a whole number from 0 to 999999999)";
+    },
+    "FRAME", "frame number");
+
+const CLI::Validator kPositiveNumber(
+    [](std::string& text) {
+        char* end = nullptr;
+        double v = text.empty() ? 0.0 : std::strtod(text.c_str(), &end);
+        // The ratio reaches the plug-in as a float: values single precision makes zero or infinite
+        // are refused with the rest.
+        bool ok = !text.empty() && *end == '\0' && std::isfinite(v) && v >= FLT_MIN && v <= FLT_MAX;
+        return ok ? std::string() : "'" + text + "' is not a positive number (for example 1 or 0.9)";
+    },
+    "NUMBER", "positive number");
+
+const CLI::Validator kDepth(
+    [](std::string& text) {
+        return text == "8" || text == "12" ? std::string() : "'" + text + "' is no host depth: give 8 or 12 (bits)";
+    },
+    "8|12", "depth");
+
+}  // namespace
 
 CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     CLI::App* render = app.add_subcommand("render", "Render frames with the plug-in and write them as images.");
@@ -15,7 +51,7 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     render->add_option("--clip", o.clips,
                        "Input clip N (1 to 5): N=name.####.ext or N=name.%04d.ext; a still image "
                        "stands for every frame. Without clip 1 a built-in plate is used");
-    render->add_option("--depth", o.depth, "Host depth: 8 or 12 bits (default 8)")->check(CLI::IsMember({8, 12}));
+    render->add_option("--depth", o.depth, "Host depth: 8 or 12 bits (default 8)")->check(kDepth);
     render->add_option("--size", o.size, "Frame size WxH (default: clip 1's size, else 1280x720)");
     render->add_option("--threads", o.threads, "How many of the plug-in's jobs run at once (default: "
                                                "one per processor); frames do not depend on it")
@@ -26,16 +62,9 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     render->add_option("--shot-start", o.shotStart, "First frame of the shot: the frames from it up to "
                                                      "the range are processed without being written, so "
                                                      "a chunk matches the same frames of one long render")
-        ->check(CLI::NonNegativeNumber);
-    // The ratio reaches the plug-in as a float: zero, negatives, not-a-number, infinities and values
-    // single precision turns into zero or infinity are refused.
-    render->add_option("--pixel-aspect", o.pixelAspect, "Pixel aspect ratio the host reports, a positive number (default 1)")
-        ->check(CLI::Validator([](std::string& text) {
-            char* end = nullptr;
-            const double v = std::strtod(text.c_str(), &end);
-            const bool ok = end != text.c_str() && *end == '\0' && v >= FLT_MIN && v <= FLT_MAX;
-            return ok ? std::string() : "must be a positive number, not '" + text + "'";
-        }, "POSITIVE"));
+        ->check(kFrameNumber);
+    render->add_option("--pixel-aspect", o.pixelAspect, "Pixel aspect ratio the host reports (default 1)")
+        ->check(kPositiveNumber);
     render->add_option("--resolution", o.resolution, "Working resolution, an entry of the plug-in's "
                                                      "resolution list: FULL, 1/2, 1/3, 1/4 ...");
     render->add_option("--set", o.sets, "Set a control: NAME=VALUE, NAME being the label without its "
@@ -79,6 +108,14 @@ CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     render->add_flag("--no-overlap", o.noOverlap,
                      "Read, render and write each frame one after the other, to measure each stage "
                      "alone (slower)");
+    render->add_flag("--check", o.check,
+                     "Check everything (options, files, the plug-in, setup, keys and edits) and render "
+                     "nothing: exit 0 when the render would start, 2 with the reason when not");
+    render->add_flag("--quiet", o.quiet, "Leave out the plug-in's own console output");
+    for (const char* name : {"--frames", "--clip", "--size", "--setup", "--save-setup", "--keys", "--output",
+                             "--resolution", "--set", "--press", "--event", "--drag", "--compression",
+                             "--input-colorspace", "--working-colorspace", "--output-colorspace"})
+        if (CLI::Option* option = render->get_option_no_throw(name)) option->check(kNotEmpty);
     return render;
 }
 

@@ -46,6 +46,8 @@ struct RenderOptions {
     std::string compression;            // the image writer's compression; empty: fast defaults
     bool ifffsOrder = false;            // each frame asked one step of the swarm, in the order asked
     bool noOverlap = false;             // read, render and write one after the other (to measure)
+    bool check = false;                 // check everything, render nothing
+    bool quiet = false;                 // leave out the plug-in's console output
     ColourOptions colour;
 };
 

@@ -2,12 +2,14 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
+#include <iostream>
 #include <new>
 #include <unistd.h>
 
 #include "sparkhost/lib/HelpPages.h"
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/OutputLock.h"
+#include "sparkhost/lib/PluginConsole.h"
 
 #include "HelpPageCommand.h"
 #include "InfoCommand.h"
@@ -25,6 +27,20 @@ void interrupted(int sig) {
 }
 
 }  // namespace
+
+static int runCommand(CLI::App* infoCmd, sparkhost::InfoOptions& info, CLI::App* render, sparkhost::RenderOptions& r,
+                      sparkhost::ViewCommand& view) {
+    if (infoCmd->parsed()) return sparkhost::runInfo(info);
+    if (view.app->parsed()) return sparkhost::runViewCommand(view);
+    sparkhost::collectEdits(*render, r);
+    try {
+        return sparkhost::runRender(r);
+    } catch (const std::bad_alloc&) {
+        // Sizes are checked against the machine's memory up front; this is memory taken by others.
+        sparkhost::removePartialImages();
+        return sparkhost::complain("out of memory while rendering", sparkhost::kFailed);
+    }
+}
 
 int main(int argc, char** argv) {
     std::signal(SIGINT, interrupted);
@@ -44,7 +60,11 @@ int main(int argc, char** argv) {
     CLI::App* infoCmd = app.add_subcommand("info", "Print the plug-in's panel: pages, controls, "
                                                    "defaults, ranges, states and channel folders.");
     infoCmd->add_option("plugin", info.plugin, "The plug-in (a .spark file)")->required();
-    infoCmd->add_option("--setup", info.setup, "Load this setup before listing the panel");
+    infoCmd->add_option("--setup", info.setup, "Load this setup before listing the panel")
+        ->check(CLI::Validator([](std::string& s) { return s.empty() ? std::string("needs a value") : std::string(); },
+                               "", "not empty"));
+    bool infoQuiet = false;
+    infoCmd->add_flag("--quiet", infoQuiet, "Leave out the plug-in's own console output");
     infoCmd->add_option("--depth", info.depth, "Host depth: 8 or 12 bits")->check(CLI::IsMember({8, 12}));
 
     sparkhost::RenderOptions r;
@@ -57,21 +77,28 @@ int main(int argc, char** argv) {
     // A plug-in's Help button opens its page through sparkhost (see HelpPages.h).
     sparkhost::setHelpBrowser(sparkhost::selfPath() + " help-page");
 
+    // CLI11 takes an unknown first word for a stray argument and asks for a subcommand instead.
+    bool known = false;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        known = known || command->check_name(argc > 1 ? argv[1] : "");
+    if (argc > 1 && argv[1][0] != '-' && !known) {
+        std::cerr << "sparkhost: unknown command '" << argv[1] << "': give info, render or view "
+                  << "(sparkhost --help describes them)\n";
+        return 2;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         int code = app.exit(e);
         return code == 0 ? 0 : 2;
     }
-    if (infoCmd->parsed()) return sparkhost::runInfo(info);
-    if (view.app->parsed()) return sparkhost::runViewCommand(view);
     if (helpPage.app->parsed()) return sparkhost::runHelpPage(helpPage.app->remaining());
-    sparkhost::collectEdits(*render, r);
-    try {
-        return sparkhost::runRender(r);
-    } catch (const std::bad_alloc&) {
-        // Sizes are checked against the machine's memory up front; this is memory taken by others.
-        sparkhost::removePartialImages();
-        return sparkhost::complain("out of memory while rendering", sparkhost::kFailed);
-    }
+    // The plug-in's console lines go to standard error, marked as its own, so that standard
+    // output holds sparkhost's results alone (a panel listing, a script's answers).
+    bool quiet = (infoCmd->parsed() && infoQuiet) || (render->parsed() && r.quiet);
+    std::string plugin = infoCmd->parsed() ? info.plugin : render->parsed() ? r.plugin : view.options.plugin;
+    sparkhost::startPluginConsole(plugin.substr(plugin.rfind('/') + 1), quiet);
+    int code = runCommand(infoCmd, info, render, r, view);
+    sparkhost::stopPluginConsole();
+    return code;
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <set>
+#include <sys/stat.h>
 
 #include "sparkhost/lib/ImageFiles.h"
 
@@ -194,7 +195,18 @@ bool ColourManagement::configure(const ColourOptions& options, std::vector<std::
         size_t eq = text.find('='), at = text.rfind('@');
         if (eq == std::string::npos || at == std::string::npos || at < eq) continue;
         std::string space = m.resolve(text.substr(at + 1));
-        if (space.empty()) continue;
+        if (space.empty()) {
+            // "plate@2x.exr" is a file name; "plate.exr@ACEScgg" a space name mistyped.
+            std::string name = text.substr(at + 1);
+            struct stat st;
+            bool fileName = name.find_first_of("./#%") != std::string::npos ||
+                            ::stat(text.substr(eq + 1).c_str(), &st) == 0;
+            if (fileName) continue;
+            if (error)
+                *error = "--clip " + text.substr(0, eq) + ": unknown colour space '" + name + "' after '@' (" +
+                         m.source() + "; 'sparkhost info' lists its spaces)";
+            return false;
+        }
         int clip = std::atoi(text.substr(0, eq).c_str()) - 1;
         m.inputs[clip] = space;
         text.erase(at);

@@ -10,9 +10,12 @@ namespace sparkhost {
 namespace {
 
 constexpr size_t kMaxFrames = 1000000;
+constexpr long kLastFrame = 999999999;  // nine digits
 
+// A whole number of digits; one too large for a frame number is still read as one (up to
+// LONG_MAX), so that it can be refused as too large rather than as no number.
 bool parseNumber(const std::string& s, long* out) {
-    if (s.empty() || s.size() > 9) return false;
+    if (s.empty() || s.size() > 18) return false;
     for (char c : s)
         if (!std::isdigit(static_cast<unsigned char>(c))) return false;
     *out = std::stol(s);
@@ -54,10 +57,13 @@ bool parseFrameRange(const std::string& text, std::vector<int>* frames, std::str
             if (!parseNumber(body.substr(0, dash), &first) || !parseNumber(body.substr(dash + 1), &last))
                 return fail(part, "needs two frame numbers from 0 up");
         }
+        if (first > kLastFrame || last > kLastFrame)
+            return fail(part, "goes beyond the last frame number, " + std::to_string(kLastFrame));
+        if (step > kLastFrame) return fail(part, "has a step beyond " + std::to_string(kLastFrame));
         // A range may run backwards (20-11); its step counts down then.
         long direction = last < first ? -1 : 1;
         for (long f = first; (last - f) * direction >= 0; f += step * direction) {
-            if (frames->size() >= kMaxFrames) return fail("", "has more than a million frames");
+            if (frames->size() >= kMaxFrames) return fail("", "has more than " + std::to_string(kMaxFrames) + " frames, the most one render takes");
             frames->push_back(int(f));
         }
         if (comma == std::string::npos) break;

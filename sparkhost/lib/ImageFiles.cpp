@@ -163,6 +163,61 @@ void frameFromFloat(const FloatImage& image, int depthCode, FrameBuffer* out) {
     if (deep) wordsTo12(out->data(), size_t(w) * size_t(h) * 3);
 }
 
+namespace {
+
+struct CompressionNames {
+    std::vector<std::string> extensions;
+    std::vector<std::string> names;
+    std::vector<std::string> levelled;  // those that may be followed by ":LEVEL"
+    int minLevel, maxLevel;
+    const char* shown;                  // the list as the message gives it
+};
+
+const std::vector<CompressionNames>& compressionTable() {
+    static const std::vector<CompressionNames> table = {
+        {{".png"}, {"zip"}, {"zip"}, 0, 9, "zip or zip:LEVEL (0 to 9)"},
+        {{".exr"},
+         {"none", "rle", "zip", "zips", "piz", "pxr24", "b44", "b44a", "dwaa", "dwab"},
+         {"zip", "zips", "dwaa", "dwab"},
+         1,
+         100000,
+         "none, rle, zip, zips, piz, pxr24, b44, b44a, dwaa, dwab (zip, zips :1 to 9; dwaa, dwab :LEVEL)"},
+        {{".tif", ".tiff"}, {"none", "lzw", "zip", "packbits"}, {"zip"}, 1, 9, "none, lzw, zip, zip:LEVEL (1 to 9), packbits"},
+        {{".jpg", ".jpeg"}, {"jpeg"}, {"jpeg"}, 1, 100, "jpeg or jpeg:QUALITY (1 to 100)"},
+        {{".dpx"}, {"none"}, {}, 0, 0, "none"},
+    };
+    return table;
+}
+
+}  // namespace
+
+bool checkCompression(const std::string& path, const std::string& compression, std::string* error) {
+    if (compression.empty()) return true;
+    std::string ext = lowerExtension(path);
+    for (const auto& format : compressionTable()) {
+        if (std::find(format.extensions.begin(), format.extensions.end(), ext) == format.extensions.end()) continue;
+        size_t colon = compression.find(':');
+        std::string name = compression.substr(0, colon);
+        bool known = std::find(format.names.begin(), format.names.end(), name) != format.names.end();
+        if (known && colon != std::string::npos) {
+            std::string level = compression.substr(colon + 1);
+            bool levelled = std::find(format.levelled.begin(), format.levelled.end(), name) != format.levelled.end();
+            bool digits = !level.empty() && level.size() <= 6 && level.find_first_not_of("0123456789") == std::string::npos;
+            int value = digits ? std::stoi(level) : -1;
+            // zip levels of OpenEXR go to 9 whatever the table's wider DWA range
+            int top = ext == ".exr" && name.compare(0, 3, "zip") == 0 ? 9 : format.maxLevel;
+            known = levelled && digits && value >= format.minLevel && value <= top;
+        }
+        if (known) return true;
+        if (error) *error = "--compression '" + compression + "' is not one the " + ext.substr(1) +
+                            " writer takes: " + format.shown;
+        return false;
+    }
+    if (error) *error = "--compression '" + compression + "': the " + (ext.empty() ? "" : ext.substr(1) + " ") +
+                        "writer takes no compression setting";
+    return false;
+}
+
 bool canWriteImageType(const std::string& path, std::string* error) {
     auto out = OIIO::ImageOutput::create(path);
     // Frames are encoded in memory and written by the host itself (see writeAtomically).

@@ -61,6 +61,10 @@ bool writesFloat(const std::string& path);
 // scan line (lossless). Other formats keep the library's default ("").
 std::string defaultCompression(const std::string& path);
 
+// Whether the writer of the path's file type takes this compression ("zip:6", "piz" ...); the
+// image library would otherwise quietly fall back to its default for a name it does not know.
+bool checkCompression(const std::string& path, const std::string& compression, std::string* error);
+
 // Whether an image writer exists for the path's file type.
 bool canWriteImageType(const std::string& path, std::string* error);
 

@@ -22,7 +22,7 @@ bool parseKeyframes(const std::string& text, std::vector<KeyLine>* keys, std::st
         std::string t = trim(line);
         if (t.empty() || t[0] == '#') continue;
         auto fail = [&](const std::string& why) {
-            if (error) *error = "line " + std::to_string(lineNo) + ": " + why + ": '" + t + "'";
+            if (error) *error = "line " + std::to_string(lineNo) + ": " + why + ": '" + printable(t) + "'";
             keys->clear();
             return false;
         };
@@ -38,7 +38,15 @@ bool parseKeyframes(const std::string& text, std::vector<KeyLine>* keys, std::st
         char* end = nullptr;
         errno = 0;
         long frame = std::strtol(frameText.c_str(), &end, 10);
-        if (errno || *end || frameText.empty()) return fail("the frame is not a whole number");
+        if (errno || *end || frameText.empty()) {
+            // "Food X 1": a control and a frame, the value left out.
+            char* valueEnd = nullptr;
+            std::strtol(valueText.c_str(), &valueEnd, 10);
+            if (!valueText.empty() && !*valueEnd)
+                return fail("'" + printable(frameText) +
+                            "' is no frame number (a key is 'control frame value': is the value missing?)");
+            return fail("the frame '" + printable(frameText) + "' is not a whole number");
+        }
         if (frame < INT_MIN || frame > INT_MAX) return fail("the frame is out of range");
         errno = 0;
         double value = std::strtod(valueText.c_str(), &end);

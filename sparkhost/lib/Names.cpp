@@ -84,4 +84,34 @@ std::vector<std::string> closestNames(const std::string& name,
     return out;
 }
 
+std::string printable(const std::string& s) {
+    std::string out;
+    auto escape = [&out](unsigned char c) {
+        static const char hex[] = "0123456789abcdef";
+        out += "\\x";
+        out += hex[c >> 4];
+        out += hex[c & 15];
+    };
+    for (size_t i = 0; i < s.size();) {
+        unsigned char c = static_cast<unsigned char>(s[i]);
+        if (c >= 0x20 && c < 0x7f) {
+            out += char(c);
+            ++i;
+            continue;
+        }
+        // A well-formed UTF-8 sequence of two to four bytes stays as it is.
+        size_t length = c >= 0xc2 && c <= 0xdf ? 2 : c >= 0xe0 && c <= 0xef ? 3 : c >= 0xf0 && c <= 0xf4 ? 4 : 0;
+        bool whole = length > 0 && i + length <= s.size();
+        for (size_t k = 1; whole && k < length; ++k) whole = (static_cast<unsigned char>(s[i + k]) & 0xc0) == 0x80;
+        if (whole) {
+            out.append(s, i, length);
+            i += length;
+        } else {
+            escape(c);
+            ++i;
+        }
+    }
+    return out;
+}
+
 }  // namespace sparkhost

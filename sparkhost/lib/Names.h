@@ -24,6 +24,9 @@ std::vector<std::string> closestNames(const std::string& name,
 // Removes trailing blanks and line ends.
 std::string trimRight(const std::string& s);
 std::string trim(const std::string& s);
+// The text as it can be shown on a terminal: control characters and bytes that are not UTF-8
+// written as \xNN, so that a binary file's line echoed in a message cannot garble the screen.
+std::string printable(const std::string& s);
 
 }  // namespace sparkhost
 

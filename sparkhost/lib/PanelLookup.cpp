@@ -64,8 +64,10 @@ const Control* Panel::resolve(const std::string& reference, ControlUse use, cons
     if (found) return found;
     if (error) {
         if (unsuitable) {
-            *error = "control '" + reference + "' (" + unsuitable->record + ", a " +
-                     kindName(unsuitable->kind) + ") is not " + useWord(use);
+            std::string kind = kindName(unsuitable->kind);
+            bool vowel = !kind.empty() && std::string("aeiou").find(kind[0]) != std::string::npos;
+            *error = "control '" + reference + "' (" + unsuitable->record + (vowel ? ", an " : ", a ") + kind +
+                     ") is not " + useWord(use);
             if (unsuitable->kind == ControlKind::Push) *error += "; press it with --press";
             else if (use == ControlUse::Press) *error += "; set it with --set";
             return nullptr;

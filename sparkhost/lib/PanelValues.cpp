@@ -202,7 +202,7 @@ bool Panel::setValue(const Control& c, const std::string& text, std::string* err
         if (c.kind == ControlKind::Int && v != std::floor(v))
             return fail("'" + text + "' is not a whole number");
         std::string why = numberProblem(c, v);
-        if (!why.empty()) return fail("value " + formatNumber(v) + " " + why);
+        if (!why.empty()) return fail("value " + trim(text) + " " + why);
         double lo, hi, step;
         range(c, &lo, &hi, &step);
         if (lo == hi && v != lo)

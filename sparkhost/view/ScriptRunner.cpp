@@ -1,3 +1,4 @@
+#include "sparkhost/lib/PluginConsole.h"
 #include "sparkhost/view/ScriptRunner.h"
 
 #include <QApplication>
@@ -352,8 +353,8 @@ int runScript(ViewWindow& window, const std::string& path) {
         }
         std::string shown;
         for (const auto& w : words) shown += (shown.empty() ? "" : " ") + w;
-        std::printf("%s: %s (%.1f ms)\n", shown.c_str(), said.empty() ? "ok" : said.c_str(), ms);
-        std::fflush(stdout);
+        std::fprintf(resultsOutput(), "%s: %s (%.1f ms)\n", shown.c_str(), said.empty() ? "ok" : said.c_str(), ms);
+        std::fflush(resultsOutput());
         if (runner.closed_) break;
     }
     return 0;
