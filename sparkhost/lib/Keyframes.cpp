@@ -38,15 +38,9 @@ bool parseKeyframes(const std::string& text, std::vector<KeyLine>* keys, std::st
         char* end = nullptr;
         errno = 0;
         long frame = std::strtol(frameText.c_str(), &end, 10);
-        if (errno || *end || frameText.empty()) {
-            // "Food X 1": a control and a frame, the value left out.
-            char* valueEnd = nullptr;
-            std::strtol(valueText.c_str(), &valueEnd, 10);
-            if (!valueText.empty() && !*valueEnd)
-                return fail("'" + printable(frameText) +
-                            "' is no frame number (a key is 'control frame value': is the value missing?)");
-            return fail("the frame '" + printable(frameText) + "' is not a whole number");
-        }
+        // The form is named too: in "Food X 1" the value is missing, not the frame wrong.
+        if (errno || *end || frameText.empty())
+            return fail("'" + printable(frameText) + "' is no frame number (a key is 'control frame value')");
         if (frame < INT_MIN || frame > INT_MAX) return fail("the frame is out of range");
         errno = 0;
         double value = std::strtod(valueText.c_str(), &end);

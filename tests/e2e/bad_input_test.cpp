@@ -44,7 +44,7 @@ TEST(BadInput, EveryClassIsRefusedNamingItsSourceWithNothingWritten) {
         {{"--setup", "$D/none.setup"}, "", "cannot read setup file '$D/none.setup'"},
         {{"--setup", "$D/broken.setup"}, "", "$D/broken.setup:3: expected 'record = value'"},
         {{"--setup", "$D/shot.setup"}, "", "$D/shot.setup:1: 'shot-start' needs one frame number"},
-        {{"--keys", "$D/bad.keys"}, "", "$D/bad.keys: line 2: the frame is not a whole number"},
+        {{"--keys", "$D/bad.keys"}, "", "$D/bad.keys: line 2: 'five' is no frame number"},
         {{"--keys", "$D/speed.keys"}, "vesk", "speed.keys:2: value 250 of \"Speed\" (79) is outside its range 0 to 100"},
         // Clips.
         {{"--frames", "1-4", "--clip", "1=$D/seq.####.png"}, "", "missing input file '$D/seq.0003.png' (and 1 more frames)"},

@@ -34,7 +34,7 @@ TEST(Messages, EachFaultIsNamedAsTypedAndRefusedBeforeAnyFrame) {
         {{"--pixel-aspect", "nan"}, false, "--pixel-aspect: 'nan' is not a positive number"},
         {{"--frames", "1-1000000000"}, false, "'1-1000000000' goes beyond the last frame number, 999999999"},
         {{"--set", "Birth X=250.0001"}, true, "value 250.0001 is outside its range -150 to 250"},
-        {{"--keys", dir + "/short.keys"}, true, "'X' is no frame number (a key is 'control frame value': is the value missing?)"},
+        {{"--keys", dir + "/short.keys"}, true, "short.keys: line 1: 'X' is no frame number (a key is 'control frame value')"},
         {{"--keys", dir + "/binary.keys"}, true, "'Food X 1 \\x01\\xfe\\xff 3'"},
         {{"--press", "Vesk Size"}, true, "(SparkInt11, an integer) is not a button"},
         {{"--compression", "bogus"}, false, "--compression 'bogus' is not one the png writer takes"},
