@@ -1,4 +1,3 @@
-#include "sparkhost/lib/PluginConsole.h"
 #include "sparkhost/view/ScriptRunner.h"
 
 #include <QApplication>
@@ -30,6 +29,7 @@
 #include "sparkhost/view/ViewSession.h"
 #include "sparkhost/view/ViewWindow.h"
 #include "sparkhost/view/ViewerWidget.h"
+#include "sparkhost/lib/PluginConsole.h"
 
 namespace sparkhost {
 
