@@ -129,9 +129,6 @@ int runInfo(const InfoOptions& options) {
                                                                          host.setupLoads().end(), options.setup)) {
         std::string why;
         if (!readSetup(plugin.panel(), host, options.setup, &why)) {
-            std::fflush(stdout);
-            dup2(savedOut, 1);
-            close(savedOut);
             std::cerr << "sparkhost: " << why << "\n";
             return 2;
         }
@@ -142,9 +139,6 @@ int runInfo(const InfoOptions& options) {
     plugin.startRender();
     plugin.renderFrame(1);
     host.setBuffersReady(false);
-    std::fflush(stdout);
-    dup2(savedOut, 1);
-    close(savedOut);
     printPanel(plugin, std::cout);
     ColourManagement colour;
     std::vector<std::string> noClips;
