@@ -45,6 +45,8 @@ public:
     // Looks up every record kind for numbers 0 .. maxNumber.
     void discover(const Lookup& lookup, int maxNumber = 199);
     void clear() { controls_.clear(); }
+    // A panel a host builds itself, from records it owns (an OpenFX effect's parameters).
+    void setControls(std::vector<Control> controls) { controls_ = std::move(controls); }
 
     const std::vector<Control>& controls() const { return controls_; }
     const Control* find(ControlKind kind, int number) const;

@@ -1,117 +1,69 @@
 #include "sparkhost/lib/Plugin.h"
 
-#include <cerrno>
-#include <cstring>
-#include <dlfcn.h>
 #include <sys/stat.h>
 
-#include "sparkhost/lib/HelpPages.h"
-#include "sparkhost/lib/PluginImports.h"
+#include "sparkhost/lib/SparkKind.h"
+#include "sparkhost/ofx/OfxKind.h"
 
 namespace sparkhost {
+
+namespace {
+
+bool endsWith(const std::string& s, const std::string& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+}  // namespace
+
+bool isOfxPath(const std::string& path) {
+    std::string p = path;
+    while (p.size() > 1 && p.back() == '/') p.pop_back();
+    if (endsWith(p, ".ofx.bundle") || endsWith(p, ".ofx")) return true;
+    struct stat st;
+    return ::stat(p.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
 
 Plugin::Plugin(Host& host) : host_(host) {}
 
 Plugin::~Plugin() { unload(); }
 
-void* Plugin::symbol(const char* name) const { return handle_ ? dlsym(handle_, name) : nullptr; }
+bool Plugin::isOfx() const { return kind_ && dynamic_cast<const ofx::OfxKind*>(kind_.get()) != nullptr; }
 
 bool Plugin::load(const std::string& path, std::string* error) {
     unload();
-    auto fail = [&](const std::string& why) {
-        if (error) *error = why;
+    std::unique_ptr<PluginKind> kind;
+    if (isOfxPath(path))
+        kind.reset(new ofx::OfxKind(host_, effectId_, hostMode_));
+    else
+        kind.reset(new SparkKind(host_));
+    if (!kind->load(path, panel_, error)) {
+        panel_.clear();
         return false;
-    };
-    struct stat st;
-    if (::stat(path.c_str(), &st) != 0)
-        return fail("cannot load plug-in '" + path + "': " + std::strerror(errno));
-    if (!S_ISREG(st.st_mode)) return fail("cannot load plug-in '" + path + "': not a file");
-    // Checked before dlopen, which would name only the first missing function, and would run the
-    // static constructors of a file that cannot work here.
-    std::vector<std::string> missingFunctions;
-    std::string why;
-    if (!missingHostFunctions(path, &missingFunctions, &why))
-        return fail("'" + path + "' is not a Spark plug-in: " + why);
-    if (!missingFunctions.empty()) {
-        std::string list;
-        for (const auto& name : missingFunctions) list += (list.empty() ? "" : ", ") + name;
-        return fail("cannot load plug-in '" + path + "': it needs host functions sparkhost does not provide: " +
-                    list);
     }
-    setHelpEnvironment(path);
-    // A bare file name would send dlopen searching the library path instead of this folder.
-    std::string where = path.find('/') == std::string::npos ? "./" + path : path;
-    dlerror();
-    // Static constructors of the plug-in may already call the host.
-    host_.makeCurrent();
-    void* handle = dlopen(where.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle) {
-        const char* why = dlerror();
-        return fail("cannot load plug-in '" + path + "': " + (why ? why : "unknown reason"));
-    }
-    auto entry = [&](const char* name) { return dlsym(handle, name); };
-    initialise_ = reinterpret_cast<SparkInitialiseFn>(entry("SparkInitialise"));
-    clipsFn_ = reinterpret_cast<SparkClipsFn>(entry("SparkClips"));
-    tempBuffers_ = reinterpret_cast<SparkMemoryTempBuffersFn>(entry("SparkMemoryTempBuffers"));
-    processStart_ = reinterpret_cast<SparkProcessStartFn>(entry("SparkProcessStart"));
-    process_ = reinterpret_cast<SparkProcessFn>(entry("SparkProcess"));
-    uninitialise_ = reinterpret_cast<SparkUnInitialiseFn>(entry("SparkUnInitialise"));
-    interact_ = reinterpret_cast<SparkInteractFn>(entry("SparkInteract"));
-    overlay_ = reinterpret_cast<SparkOverlayFn>(entry("SparkOverlay"));
-    channelEditor_ = reinterpret_cast<SparkChannelEditorFn>(entry("SparkChannelEditor"));
-
-    // The six entry points of the frame path are mandatory; interaction, overlay and channel
-    // editor are not.
-    std::string missing;
-    auto need = [&](const void* fn, const char* name) {
-        if (!fn) missing += std::string(missing.empty() ? "" : ", ") + name;
-    };
-    need(reinterpret_cast<const void*>(initialise_), "SparkInitialise");
-    need(reinterpret_cast<const void*>(clipsFn_), "SparkClips");
-    need(reinterpret_cast<const void*>(tempBuffers_), "SparkMemoryTempBuffers");
-    need(reinterpret_cast<const void*>(processStart_), "SparkProcessStart");
-    need(reinterpret_cast<const void*>(process_), "SparkProcess");
-    need(reinterpret_cast<const void*>(uninitialise_), "SparkUnInitialise");
-    if (!missing.empty()) {
-        dlclose(handle);
-        return fail("'" + path + "' is not a Spark plug-in: it does not export " + missing);
-    }
-    handle_ = handle;
+    kind_ = std::move(kind);
     path_ = path;
-    panel_.discover([this](const char* name) { return dlsym(handle_, name); });
     host_.setPanel(&panel_);
     return true;
 }
 
 void Plugin::unload() {
-    if (!handle_) return;
+    if (!kind_) return;
     if (initialised_) uninitialise();
     if (host_.panel() == &panel_) host_.setPanel(nullptr);
+    kind_->unload();
     panel_.clear();
-    host_.makeCurrent();   // static destructors of the plug-in may still call the host
-    dlclose(handle_);
-    handle_ = nullptr;
+    kind_.reset();
     initialised_ = false;
 }
 
 unsigned Plugin::initialise() {
-    if (!handle_) return 0;
-    host_.makeCurrent();
-    host_.clearChannels();
-    initResult_ = initialise_(host_.info());
-    clips_ = clipsFn_();
-    host_.setInputClips(clips_);
-    tempBuffer_ = tempBuffers_();
-    if (channelEditor_) channelEditor_();
+    if (!kind_) return 0;
+    initResult_ = kind_->initialise();
     initialised_ = true;
     return initResult_;
 }
 
-int Plugin::startRender() {
-    if (!handle_) return 0;
-    host_.makeCurrent();
-    return processStart_(host_.info());
-}
+int Plugin::startRender() { return kind_ ? kind_->startRender() : 0; }
 
 void Plugin::prepareFrame(int frame) {
     host_.setCurrentFrame(frame);
@@ -120,23 +72,18 @@ void Plugin::prepareFrame(int frame) {
 }
 
 unsigned long* Plugin::renderFrame(int frame) {
-    if (!handle_) return nullptr;
+    if (!kind_) return nullptr;
     host_.makeCurrent();
     prepareFrame(frame);
     panel_.applyCurves(host_, frame);
-    return process_(host_.info());
+    return kind_->process();
 }
 
-unsigned long* Plugin::process() {
-    if (!handle_) return nullptr;
-    host_.makeCurrent();
-    return process_(host_.info());
-}
+unsigned long* Plugin::process() { return kind_ ? kind_->process() : nullptr; }
 
 void Plugin::uninitialise() {
-    if (!handle_ || !initialised_) return;
-    host_.makeCurrent();
-    uninitialise_(host_.info());
+    if (!kind_ || !initialised_) return;
+    kind_->uninitialise();
     initialised_ = false;
 }
 
@@ -163,23 +110,13 @@ bool Plugin::press(const std::string& reference, std::string* error, unsigned lo
 }
 
 unsigned long* Plugin::callCallback(const Control& control, int reason) {
-    SparkCallback cb = panel_.callback(control);
-    if (!cb) return nullptr;
-    host_.makeCurrent();
-    return cb(reason, host_.info());
+    return kind_ ? kind_->controlChanged(control, reason) : nullptr;
 }
 
 unsigned long* Plugin::interact(int sx, int sy, float pressure, float vx, float vy, float zoom) {
-    if (!interact_) return nullptr;
-    host_.makeCurrent();
-    return interact_(host_.info(), sx, sy, pressure, vx, vy, zoom);
+    return kind_ ? kind_->interact(sx, sy, pressure, vx, vy, zoom) : nullptr;
 }
 
-bool Plugin::overlay(float zoom) {
-    if (!overlay_) return false;
-    host_.makeCurrent();
-    overlay_(host_.info(), zoom);
-    return true;
-}
+bool Plugin::overlay(float zoom) { return kind_ && kind_->overlay(zoom); }
 
 }  // namespace sparkhost
