@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -18,6 +19,7 @@
 #include "sparkhost/lib/FrameBuffer.h"
 #include "sparkhost/lib/Host.h"
 #include "sparkhost/lib/Plugin.h"
+#include "sparkhost/ofx/HostMode.h"
 
 namespace ofxtest {
 
