@@ -59,8 +59,7 @@ void printPanel(const Plugin& plugin, std::ostream& out) {
     const Panel& panel = plugin.panel();
     const Host& host = const_cast<Plugin&>(plugin).host();
     out << "Plug-in " << plugin.path() << ": " << plugin.clips() << " input clip"
-        << (plugin.clips() == 1 ? "" : "s") << ", SparkInitialise returned "
-        << plugin.initialiseResult() << "\n";
+        << (plugin.clips() == 1 ? "" : "s") << ", " << plugin.summary() << "\n";
 
     std::map<int, std::vector<const Control*>> pages;
     std::vector<const Control*> channelsOnly;
@@ -118,12 +117,20 @@ int runInfo(const InfoOptions& options) {
         host.setSetupName(options.setup);
     }
     Plugin plugin(host);
+    applyChoice(options.choice, plugin);
     std::string error;
     if (!plugin.load(options.plugin, &error)) {
         std::cerr << "sparkhost: " << error << "\n";
         return 2;
     }
     plugin.initialise();
+    if (!plugin.initialiseError().empty()) {
+        std::fflush(stdout);
+        dup2(savedOut, 1);
+        close(savedOut);
+        std::cerr << "sparkhost: " << plugin.initialiseError() << "\n";
+        return 2;
+    }
     // A plug-in that never asks for its setup still gets the one given.
     if (!options.setup.empty() && host.setupLoads().end() == std::find(host.setupLoads().begin(),
                                                                          host.setupLoads().end(), options.setup)) {

@@ -5,6 +5,8 @@
 #include <ostream>
 #include <string>
 
+#include "sparkhost/lib/PluginChoice.h"
+
 namespace sparkhost {
 
 class Plugin;
@@ -13,6 +15,7 @@ struct InfoOptions {
     std::string plugin;
     std::string setup;
     int depth = 8;
+    PluginChoice choice;
 };
 
 // Prints the panel of an initialised plug-in.

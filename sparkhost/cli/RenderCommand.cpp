@@ -18,6 +18,7 @@
 #include "sparkhost/lib/ShotCatchUp.h"
 #include "sparkhost/lib/ShotEvents.h"
 #include "sparkhost/lib/ValueText.h"
+#include "sparkhost/ofx/HostMode.h"
 
 namespace sparkhost {
 
@@ -104,7 +105,10 @@ int runRender(const RenderOptions& o) {
     // Colour management takes the "@SPACE" suffixes off the clips before they are checked.
     ColourManagement colour;
     RenderOptions plain = o;
+    if (!numberClipsByName(o.plugin, o.choice, &plain.clips, &error)) return complain(error);
     if (!colour.configure(o.colour, &plain.clips, o.output, &error)) return complain(error);
+    ofx::HostMode hostMode;
+    if (!ofx::parseHostMode(o.choice.hostMode, &hostMode, &error)) return complain(error);
     RenderInputs in;
     if (!checkRenderInputs(plain, &in, &error)) return complain(error);
     in.clips.setReader([&colour](int clip, const std::string& path, int depthCode, FrameBuffer* out,
@@ -131,8 +135,12 @@ int runRender(const RenderOptions& o) {
     });
 
     Plugin plugin(host);
+    applyChoice(o.choice, plugin);
     if (!plugin.load(o.plugin, &error)) return complain(error);
+    if (!hostMode.isDefault() && !plugin.isOfx())
+        return complain("--ofx-host-mode is for OpenFX plug-ins; '" + o.plugin + "' is a " + plugin.kindName());
     plugin.initialise();
+    if (!plugin.initialiseError().empty()) return complain(plugin.initialiseError());
     if (!host.setupError().empty()) return complain(host.setupError());
     // A plug-in that never asks for its setup still gets the one given.
     if (!o.setup.empty() &&
@@ -170,6 +178,7 @@ int runRender(const RenderOptions& o) {
         return 0;
     }
 
+    plugin.planFrames(plan.shotStart, *std::max_element(frames.begin(), frames.end()));
     plugin.startRender();
     if (!plan.shotTime && !catchUp(plugin, plan.shotStart, frames.front(), nullptr, &error, plan.catchUpStep))
         return complain(error, kFailed);
@@ -180,6 +189,8 @@ int runRender(const RenderOptions& o) {
     settings.write = [&colour](const std::string& path, const FrameBuffer& frame, std::string* why,
                                const ImageWriteSettings& write) { return colour.writeFrame(path, frame, why, write); };
     LoopTimes times;
+    // Another host's order of frames, when asked for; the files keep their frames' names.
+    if (!hostMode.isDefault()) plan.written = ofx::renderOrder(plan.written, hostMode);
     int code = renderLoop(plugin, clips, viewer, plan, in.output, progress, settings, &times, &error);
     if (code != 0) return complain(error, code);
     progress.finish(", " + rangeText(frames, o.frames) + ", to " + o.output + stageSummary(times));

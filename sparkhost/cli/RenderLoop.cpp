@@ -110,7 +110,10 @@ int renderLoop(Plugin& plugin, ReadAhead& clips, ViewerSession& viewer, const Fr
         renderSeconds += since(renderStart);
         std::string readError = clips.takeError();
         if (!readError.empty()) return fail(readError);
-        if (!result) return fail("the plug-in rendered nothing for frame " + std::to_string(frame));
+        if (!result) {
+            std::string why = plugin.takeError();
+            return fail(!why.empty() ? why : "the plug-in rendered nothing for frame " + std::to_string(frame));
+        }
         const FrameBuffer* image = resultFrame(host, result, &scratch);
         if (viewer.active()) image = &viewer.frame(*image);
         if (writers) {

@@ -46,7 +46,12 @@ const CLI::Validator kDepth(
 
 CLI::App* addRenderCommand(CLI::App& app, RenderOptions& o) {
     CLI::App* render = app.add_subcommand("render", "Render frames with the plug-in and write them as images.");
-    render->add_option("plugin", o.plugin, "The plug-in (a .spark file)")->required();
+    render->add_option("plugin", o.plugin, "The plug-in: a .spark file, an OpenFX .ofx.bundle or a folder of bundles")->required();
+    render->add_option("--plugin", o.choice.effect, "The OpenFX effect to take from a bundle or folder "
+                                                     "holding several: its identifier");
+    render->add_option("--ofx-host-mode", o.choice.hostMode,
+                       "Render an OpenFX effect as other hosts do, to check it: reverse, shuffle[=SEED], "
+                       "instance-per-frame, threads=N (comma-separated; frames keep their names)");
     render->add_option("--frames", o.frames, "Frames: 12, 1-100 or 1-100x2 (lists with commas)");
     render->add_option("--clip", o.clips,
                        "Input clip N (1 to 5): N=name.####.ext or N=name.%04d.ext; a still image "

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sparkhost/lib/ColourManagement.h"
+#include "sparkhost/lib/PluginChoice.h"
 
 namespace CLI {
 class App;
@@ -49,6 +50,7 @@ struct RenderOptions {
     bool check = false;                 // check everything, render nothing
     bool quiet = false;                 // leave out the plug-in's console output
     ColourOptions colour;
+    PluginChoice choice;                // the OpenFX effect and host mode
 };
 
 // Adds the render subcommand with every option bound to `options`.

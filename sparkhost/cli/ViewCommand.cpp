@@ -12,7 +12,9 @@ void addViewCommand(CLI::App& app, ViewCommand& v) {
     ViewOptions& o = v.options;
     CLI::App* view = app.add_subcommand("view", "Open the plug-in in a window: viewer with its handles, "
                                                 "panel, timeline and setups.");
-    view->add_option("plugin", o.plugin, "The plug-in (a .spark file)")->required();
+    view->add_option("plugin", o.plugin, "The plug-in: a .spark file, an OpenFX .ofx.bundle or a folder of "
+                                         "bundles")->required();
+    view->add_option("--plugin", o.choice.effect, "The OpenFX effect to take from a folder of several");
     view->add_option("--clip", o.clips, "Input clip N (1 to 5): N=name.####.ext or N=name.%04d.ext; "
                                         "without clip 1 a built-in plate is used");
     view->add_option("--setup", o.setup, "Load a setup file");

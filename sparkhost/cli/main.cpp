@@ -59,7 +59,9 @@ int main(int argc, char** argv) {
     sparkhost::InfoOptions info;
     CLI::App* infoCmd = app.add_subcommand("info", "Print the plug-in's panel: pages, controls, "
                                                    "defaults, ranges, states and channel folders.");
-    infoCmd->add_option("plugin", info.plugin, "The plug-in (a .spark file)")->required();
+    infoCmd->add_option("plugin", info.plugin, "The plug-in: a .spark file, an OpenFX .ofx.bundle or a folder of "
+                                               "bundles")->required();
+    infoCmd->add_option("--plugin", info.choice.effect, "The OpenFX effect to take from a folder of several");
     infoCmd->add_option("--setup", info.setup, "Load this setup before listing the panel")
         ->check(CLI::Validator([](std::string& s) { return s.empty() ? std::string("needs a value") : std::string(); },
                                "", "not empty"));

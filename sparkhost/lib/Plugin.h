@@ -47,6 +47,7 @@ public:
     unsigned initialiseResult() const { return initResult_; }
     // Why initialise failed (an OFX action that failed), empty when it did not.
     std::string initialiseError() const { return kind_ ? kind_->initialiseError() : ""; }
+    std::string summary() const { return kind_ ? kind_->summary(initResult_) : ""; }
     int clips() const { return kind_ ? kind_->clips() : 0; }
     std::vector<std::string> clipNames() const { return kind_ ? kind_->clipNames() : std::vector<std::string>(); }
     int tempBufferId() const { return kind_ ? kind_->tempBufferId() : 0; }

@@ -27,6 +27,9 @@ public:
     virtual unsigned initialise() = 0;
     // An error that made initialise fail (an OFX action that failed); empty when none.
     virtual std::string initialiseError() const { return ""; }
+    // One line on what was loaded, given what initialise returned: "SparkInitialise returned 0",
+    // "OpenFX image effect org.example.Effect 1.2, general context".
+    virtual std::string summary(unsigned initResult) const = 0;
     virtual int clips() const = 0;
     // The input clips' own names, where the plug-in has them (OFX), in input-number order.
     virtual std::vector<std::string> clipNames() const { return {}; }

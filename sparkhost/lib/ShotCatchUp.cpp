@@ -72,6 +72,8 @@ const Control* wireframeSwitch(const Plugin& plugin, int* entry) {
 }
 
 bool replayEvents(Plugin& plugin, int firstFrame, int lastFrame, std::string* error) {
+    // A plug-in that keeps its own time holds the events itself (see Plugin::keepsOwnTime).
+    if (plugin.keepsOwnTime()) return true;
     Host& host = plugin.host();
     for (const ShotEvent& event : host.events()) {
         if (event.frame < firstFrame || event.frame > lastFrame) continue;
@@ -95,6 +97,7 @@ bool replayEvents(Plugin& plugin, int firstFrame, int lastFrame, std::string* er
 bool catchUp(Plugin& plugin, int fromFrame, int toFrameExclusive, const CatchUpProgress& progress,
              std::string* error, int step) {
     if (step < 1) step = 1;
+    if (plugin.keepsOwnTime()) return true;   // its frames need nothing before them
     int total = fromFrame < toFrameExclusive ? (toFrameExclusive - fromFrame + step - 1) / step : 0;
     if (total == 0) return true;
 

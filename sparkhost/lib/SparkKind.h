@@ -26,6 +26,9 @@ public:
     void* symbol(const char* name) const override;
 
     unsigned initialise() override;
+    std::string summary(unsigned initResult) const override {
+        return "SparkInitialise returned " + std::to_string(initResult);
+    }
     int clips() const override { return clips_; }
     int tempBufferId() const override { return tempBuffer_; }
     int startRender() override;

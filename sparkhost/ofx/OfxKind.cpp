@@ -456,6 +456,16 @@ void OfxKind::clearPersistentMessage() {
     persistent_.clear();
 }
 
+std::string OfxKind::summary(unsigned) const {
+    std::string version = plugin_ ? std::to_string(plugin_->pluginVersionMajor) + "." +
+                                        std::to_string(plugin_->pluginVersionMinor)
+                                  : "";
+    std::string label = descriptor_ ? descriptor_->props.getString(kOfxPropLabel) : "";
+    return std::string("OpenFX image effect ") + identifier_ + " " + version +
+           (label.empty() ? "" : " \"" + label + "\"") + ", " +
+           (context_ == kOfxImageEffectContextGeneral ? "general" : "filter") + " context";
+}
+
 double OfxKind::currentTime() const { return host_.currentFrame(); }
 
 void OfxKind::timeBounds(double* first, double* last) const {

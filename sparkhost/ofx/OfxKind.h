@@ -41,6 +41,7 @@ public:
 
     unsigned initialise() override;
     std::string initialiseError() const override { return initError_; }
+    std::string summary(unsigned initResult) const override;
     int clips() const override { return int(inputs_.size()); }
     std::vector<std::string> clipNames() const override { return inputs_; }
     int startRender() override;

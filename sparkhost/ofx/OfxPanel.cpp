@@ -410,7 +410,21 @@ OfxStatus OfxKind::deleteKey(ParamObject& p, double time, bool all) {
     return kOfxStatOK;
 }
 
-void OfxKind::placeHostEvents() {}
+void OfxKind::placeHostEvents() {
+    // Each event is the button pressed at its frame; the effect keeps it from then on (and a
+    // setup saved afterwards carries it in the effect's parameters), so the host lets go of it.
+    std::vector<ShotEvent> events = host_.events();
+    if (events.empty() || !panel_) return;
+    int frame = host_.currentFrame();
+    for (const ShotEvent& e : events) {
+        const Control* button = panel_->findRecord(e.record);
+        if (!button || button->kind != ControlKind::Push) continue;
+        host_.setCurrentFrame(e.frame);
+        controlChanged(*button, 1);
+    }
+    host_.setCurrentFrame(frame);
+    host_.clearEvents();
+}
 
 }  // namespace ofx
 }  // namespace sparkhost

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "sparkhost/lib/PluginChoice.h"
+
 namespace sparkhost {
 
 struct ViewOptions {
@@ -17,6 +19,7 @@ struct ViewOptions {
     int depth = 8;
     std::string screenshot;           // render the first frame, save the window, exit
     std::string script;               // scripted actions (see ScriptRunner.h)
+    PluginChoice choice;              // which OpenFX effect of a folder of bundles
     bool everyFrameSteps = false;     // each processed frame advances the swarm, nothing replayed
     double fps = 24.0;                // play rate; 0 plays as fast as frames are made
 };

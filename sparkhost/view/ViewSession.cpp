@@ -97,6 +97,7 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
 
 bool ViewSession::loadPlugin(std::string* error) {
     if (!plugin_) plugin_ = std::make_unique<Plugin>(host_);
+    applyChoice(options_.choice, *plugin_);
     if (!plugin_->load(options_.plugin, error)) return false;
     plugin_->initialise();
     // The viewer and its offscreen context outlive a reload: they depend on the frame and canvas

@@ -111,20 +111,20 @@ struct ActionLog {
     void clear() const { std::remove(path.c_str()); }
 };
 
-struct Run {
+struct RunResult {
     int code = -1;
     std::string out, err;
 };
 
 // Runs sparkhost with arguments (each one word) and extra environment settings.
-inline Run sparkhost(const std::vector<std::string>& args, const std::string& env = "") {
+inline RunResult runSparkhost(const std::vector<std::string>& args, const std::string& env = "") {
     std::string dir = testing::TempDir();
     std::string outPath = dir + "/ofx_run_out_" + std::to_string(::getpid());
     std::string errPath = dir + "/ofx_run_err_" + std::to_string(::getpid());
     std::string command = env + " '" + std::string(SPARKHOST_PATH) + "'";
     for (const auto& a : args) command += " '" + a + "'";
     command += " >'" + outPath + "' 2>'" + errPath + "'";
-    Run r;
+    RunResult r;
     int status = std::system(command.c_str());
     r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     r.out = readFile(outPath);
