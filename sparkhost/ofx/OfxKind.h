@@ -96,8 +96,8 @@ private:
     void mirrorAll();
     void applyEnabled();
     void flushPluginEdits();
-    // Records changed behind the plug-in's back (a setup read into the panel) become edits.
     void syncFromRecords();
+    void takeRecord(const Control& control);
     void userChanged(const std::string& param);
     // The host's events (buttons placed at frames) become presses at their frames, which the
     // effect keeps itself.

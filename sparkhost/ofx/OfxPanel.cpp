@@ -1,5 +1,6 @@
 // An OpenFX effect's parameters as sparkhost's panel: every valued parameter and push button
-// becomes a control record the host owns, placed on the effect's pages in their order (29 places
+// becomes a control record the host owns (a parameter of several values, a colour included, one
+// number control per value, so that values pass exactly), placed on the effect's pages in their order (29 places
 // a page, a page that holds more going on over the next), so that info, --set, --press, keys,
 // setups and the viewer's panel work on an OFX effect as on a Spark plug-in. Values go both
 // ways: a person's edit writes the record and the host tells the effect (InstanceChanged, reason
@@ -12,7 +13,6 @@
 #include <cstring>
 #include <set>
 
-#include "sparkhost/lib/ValueText.h"
 #include "sparkhost/ofx/OfxKind.h"
 
 namespace sparkhost {
@@ -37,15 +37,13 @@ std::string labelOf(const ParamObject& p) {
     return label.empty() ? p.name : label;
 }
 
-bool isColour(const ParamObject& p) { return p.type == kOfxParamTypeRGB || p.type == kOfxParamTypeRGBA; }
-
 bool intValued(const ParamObject& p) {
     return p.type == kOfxParamTypeInteger || p.type == kOfxParamTypeInteger2D || p.type == kOfxParamTypeInteger3D;
 }
 
 // How many panel controls a parameter takes.
 int controlCount(const ParamObject& p) {
-    if (p.type == kOfxParamTypePushButton || isColour(p) || p.type == kOfxParamTypeString ||
+    if (p.type == kOfxParamTypePushButton || p.type == kOfxParamTypeString ||
         p.type == kOfxParamTypeBoolean || p.type == kOfxParamTypeChoice)
         return 1;
     if (p.type == kOfxParamTypeCustom) return 0;
@@ -54,14 +52,11 @@ int controlCount(const ParamObject& p) {
 
 ControlKind kindOf(const ParamObject& p) {
     if (p.type == kOfxParamTypePushButton) return ControlKind::Push;
-    if (isColour(p)) return ControlKind::Colour;
     if (p.type == kOfxParamTypeString) return ControlKind::String;
     if (p.type == kOfxParamTypeBoolean) return ControlKind::Boolean;
     if (p.type == kOfxParamTypeChoice) return ControlKind::List;
     return intValued(p) ? ControlKind::Int : ControlKind::Float;
 }
-
-unsigned char channel(double v) { return static_cast<unsigned char>(std::lround(std::min(1.0, std::max(0.0, v)) * 255)); }
 
 }  // namespace
 
@@ -235,10 +230,6 @@ void OfxKind::mirrorToPanel(const ParamObject& p) {
         case ControlKind::Int: c.asInt()->Value = d < values.size() ? int(std::lround(values[d])) : 0; break;
         case ControlKind::Boolean: c.asBoolean()->Value = !values.empty() && values[0] != 0 ? 1 : 0; break;
         case ControlKind::List: c.asList()->Value = values.empty() ? 0 : int(std::lround(values[0])); break;
-        case ControlKind::Colour:
-            if (values.size() >= 3)
-                c.asColour()->Color = packColour(channel(values[0]), channel(values[1]), channel(values[2]));
-            break;
         case ControlKind::String:
             std::memset(c.asString()->Value, 0, SPARK_STRING_LENGTH);
             std::strncpy(c.asString()->Value, text.c_str(), SPARK_STRING_LENGTH - 1);
@@ -281,55 +272,53 @@ void OfxKind::userChanged(const std::string& name) {
     frameCache_.clear();
 }
 
-unsigned long* OfxKind::controlChanged(const Control& c, int) {
+// Takes one record's value into its parameter.
+void OfxKind::takeRecord(const Control& c) {
     auto it = controlParams_.find(c.address);
-    if (it == controlParams_.end() || !instance_) return nullptr;
-    ParamObject* p = instance_->params.find(it->second);
-    if (!p) return nullptr;
-    if (c.kind != ControlKind::Push) {
-        size_t d = size_t(controlDimensions_[c.address]);
+    ParamObject* p = it == controlParams_.end() || !instance_ ? nullptr : instance_->params.find(it->second);
+    if (!p || c.kind == ControlKind::Push) return;
+    size_t d = size_t(controlDimensions_[c.address]);
+    {
         std::lock_guard<std::mutex> lock(p->mutex);
         switch (c.kind) {
         case ControlKind::Float: if (d < p->values.size()) p->values[d] = c.asFloat()->Value; break;
         case ControlKind::Int: if (d < p->values.size()) p->values[d] = c.asInt()->Value; break;
         case ControlKind::Boolean: if (!p->values.empty()) p->values[0] = (c.asBoolean()->Value & 0xFF) ? 1 : 0; break;
         case ControlKind::List: if (!p->values.empty()) p->values[0] = c.asList()->Value; break;
-        case ControlKind::Colour: {
-            unsigned r, g, b;
-            unpackColour(c.asColour()->Color, &r, &g, &b);
-            // Only a colour the record changed is taken: the parameter keeps its finer value otherwise.
-            bool same = p->values.size() >= 3 && channel(p->values[0]) == r && channel(p->values[1]) == g &&
-                        channel(p->values[2]) == b;
-            if (!same && p->values.size() >= 3) {
-                p->values[0] = r / 255.0;
-                p->values[1] = g / 255.0;
-                p->values[2] = b / 255.0;
-            }
-            break;
-        }
         case ControlKind::String: p->text.assign(c.asString()->Value, strnlen(c.asString()->Value, SPARK_STRING_LENGTH)); break;
         default: break;
         }
-        const unsigned char* bytes = static_cast<const unsigned char*>(c.address);
-        mirrored_[c.address].assign(bytes, bytes + recordSize(c.kind));
     }
-    userChanged(p->name);
-    return nullptr;
+    const unsigned char* bytes = static_cast<const unsigned char*>(c.address);
+    mirrored_[c.address].assign(bytes, bytes + recordSize(c.kind));
+    frameCache_.clear();
 }
 
+// Records written without the plug-in being told are values loaded (a setup read into the
+// panel): the parameters take them as a host loading a project does, without change actions.
 void OfxKind::syncFromRecords() {
     if (!panel_ || !instance_) return;
     for (const auto& c : panel_->controls()) {
         if (c.kind == ControlKind::Push || !controlParams_.count(c.address)) continue;
+        // Curves write their value into the records before every frame; the curve is the value.
         if ((c.kind == ControlKind::Float || c.kind == ControlKind::Int) && curveOf(c.number)) continue;
         const unsigned char* bytes = static_cast<const unsigned char*>(c.address);
-        std::vector<unsigned char> now(bytes, bytes + recordSize(c.kind));
-        if (mirrored_[c.address] != now) controlChanged(c, 1);
+        if (mirrored_[c.address] != std::vector<unsigned char>(bytes, bytes + recordSize(c.kind))) takeRecord(c);
     }
 }
 
+unsigned long* OfxKind::controlChanged(const Control& c, int) {
+    auto it = controlParams_.find(c.address);
+    if (it == controlParams_.end() || !instance_ || !instance_->params.find(it->second)) return nullptr;
+    // Values loaded before this edit are in place when the effect hears of it.
+    syncFromRecords();
+    takeRecord(c);
+    userChanged(it->second);
+    return nullptr;
+}
+
 void OfxKind::valueAt(const ParamObject& p, double time, std::vector<double>* values) const {
-    if (isColour(p) || p.type == kOfxParamTypeBoolean || p.type == kOfxParamTypeChoice) return;
+    if (p.type == kOfxParamTypeBoolean || p.type == kOfxParamTypeChoice) return;
     for (size_t d = 0; d < p.controls.size() && d < values->size(); ++d)
         if (const Curve* c = curveOf(p.controls[d])) (*values)[d] = c->valueAt(time);
 }
@@ -337,7 +326,7 @@ void OfxKind::valueAt(const ParamObject& p, double time, std::vector<double>* va
 OfxStatus OfxKind::pluginSets(ParamObject& p, const std::vector<double>& values, const std::string& text,
                               bool atTime, double time) {
     bool main = instance_ && p.set == &instance_->params;
-    bool keyable = main && !p.textual() && !isColour(p) && p.type != kOfxParamTypeBoolean &&
+    bool keyable = main && !p.textual() && p.type != kOfxParamTypeBoolean &&
                    p.type != kOfxParamTypeChoice && !p.controls.empty();
     bool animated = false;
     if (keyable)
