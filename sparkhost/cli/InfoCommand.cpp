@@ -125,9 +125,6 @@ int runInfo(const InfoOptions& options) {
     }
     plugin.initialise();
     if (!plugin.initialiseError().empty()) {
-        std::fflush(stdout);
-        dup2(savedOut, 1);
-        close(savedOut);
         std::cerr << "sparkhost: " << plugin.initialiseError() << "\n";
         return 2;
     }
