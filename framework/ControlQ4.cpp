@@ -1,4 +1,5 @@
 // Framework controls: typed views on the host's control records.
+#include <climits>
 #include "framework/ControlQ4.h"
 
 #include <ctype.h>
@@ -27,6 +28,13 @@ uint32_t packed_colour(const SparkColorStruct* record) {
 // Writes the low 32 bits of the colour record; the upper half is the host's padding.
 void store_packed_colour(SparkColorStruct* record, uint32_t packed) {
     record->Color = (record->Color & ~(ulong)0xFFFFFFFFul) | packed;
+}
+
+// The framework counts list entries from 1, the host from 0. A record may hold any int: the top
+// of the type stays where it is, so the entry and the position one below it both exist (no such
+// entry is drawn either way).
+static int list_entry(int host_value) {
+    return host_value == INT_MAX ? INT_MAX : host_value + 1;
 }
 
 float curve_value(long number, double time) {
@@ -176,7 +184,14 @@ void IntegerControlQ4::SetValue(double, int value) {
 }
 
 void IntegerControlQ4::GetValue(double time, int& value) {
-    value = time >= 0.0 ? (int)curve_value(number, time) : cache;
+    // A curve may hold any number; one past int takes the value the processor's own conversion
+    // gives (the lowest int), so frames of values in range are unchanged and the rest defined.
+    if (time < 0.0) {
+        value = cache;
+        return;
+    }
+    const double v = curve_value(number, time);
+    value = (v > -2147483649.0 && v < 2147483648.0) ? (int)v : INT_MIN;
 }
 
 int IntegerControlQ4::GetValue(double time) {
@@ -426,7 +441,7 @@ void ListControlQ4::Bind(long control, SparkPupStruct* record) {
 }
 
 void ListControlQ4::Sync() {
-    if (storage != nullptr) cache = static_cast<SparkPupStruct*>(storage)->Value + 1;
+    if (storage != nullptr) cache = list_entry(static_cast<SparkPupStruct*>(storage)->Value);
 }
 
 // A list has no range to lock; only the flag is kept and the title marked.
@@ -452,7 +467,7 @@ void ListControlQ4::SetValue(double, int value) {
 }
 
 void ListControlQ4::GetValue(double, int& value) {
-    if (storage != nullptr) cache = static_cast<SparkPupStruct*>(storage)->Value + 1;
+    if (storage != nullptr) cache = list_entry(static_cast<SparkPupStruct*>(storage)->Value);
     value = cache;
 }
 

@@ -1,5 +1,6 @@
 // Ties the effect's framework controls to the host's records: the binding at start-up, the copy
 // of every host value before a frame, and the full re-read after a Reset.
+#include <climits>
 #include <cstdint>
 
 #include "effect/Vesk.h"
@@ -33,7 +34,9 @@ void copy(PositionControlQ4& c, const SparkFloatStruct& x, const SparkFloatStruc
     c.cache_y = fraction_of_frame(y);
 }
 // The framework counts list entries from 1, the host from 0.
-void copy(ListControlQ4& c, const SparkPupStruct& r) { c.cache = r.Value + 1; }
+// A record may hold any int: the top of the type stays where it is, so the entry and the
+// position one below it both exist (no such entry is drawn either way).
+void copy(ListControlQ4& c, const SparkPupStruct& r) { c.cache = r.Value == INT_MAX ? INT_MAX : r.Value + 1; }
 // Only the low byte of a boolean record carries its state.
 void copy(CheckboxControlQ4& c, const SparkBooleanStruct& r)
 {

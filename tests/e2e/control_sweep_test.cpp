@@ -91,6 +91,102 @@ TEST(ControlSweep, LargestFlockWithEveryRuleOn)
     }
 }
 
+namespace {
+
+// What a record can hold beyond any range: not-a-number, both infinities, the far ends of the
+// number types and values just beside zero.
+const float kFloatExtremes[] = {NAN, INFINITY, -INFINITY, 1e30f, -1e30f, FLT_MAX, -FLT_MAX, FLT_TRUE_MIN, -0.0f};
+const int kIntExtremes[] = {INT_MIN, INT_MAX, INT_MIN + 1, INT_MAX - 1, -1, 1 << 30};
+
+// A small drawn swarm on a textured plate, with every rule on, so that a value reaches the births,
+// the steering, the motion and the drawing.
+void StartDrawnSwarm(InProcess& p)
+{
+    p.loadAndInitialise();
+    p.host.setClipProvider([](int clip, int, FrameBuffer& dest) {
+        harness::fillPattern(dest, 7u + unsigned(clip));
+        return true;
+    });
+    p.setRecords({"Render Mode=Render", "Vesk Size=40", "Vesk Gathering=1", "Avoid Others=1", "Match Velocity=1",
+                  "Hunt Food=1", "Avoid Predator=1", "Living Rotate=1", "PreRoll=3"});
+    p.plugin.startRender();
+}
+
+// Two frames after the value is stored as a setup stores it, two more after the host's edit
+// callback has seen it, as a person's edit does; the record is then put back and the swarm
+// restarted for the next value.
+template <typename Store, typename Restore>
+void DrawWith(InProcess& p, const Control& c, int& frame, Store store, Restore restore)
+{
+    store();
+    for (int i = 0; i < 2; ++i) ASSERT_EQ(p.plugin.renderFrame(++frame), p.host.buffer(1).words());
+    store();
+    p.plugin.callCallback(c);
+    for (int i = 0; i < 2; ++i) ASSERT_EQ(p.plugin.renderFrame(++frame), p.host.buffer(1).words());
+    restore();
+    p.plugin.callCallback(c);
+    std::string error;
+    ASSERT_TRUE(p.plugin.press("SparkPush6", &error)) << error;
+}
+
+}  // namespace
+
+// Every control in turn holds each value a record can store whatever the panel's range; the
+// plug-in draws a frame for each. The sanitizer build turns undefined behaviour on the way (a
+// conversion out of range, an overflow, an access outside an image) into a failure.
+TEST(ControlSweep, EveryRecordValueOutsideTheRangesOneControlAtATime)
+{
+    InProcess p(33, 19, 8, 4);
+    StartDrawnSwarm(p);
+    int frame = 0;
+    for (const Control& c : p.plugin.panel().controls()) {
+        SCOPED_TRACE(c.record);
+        switch (c.kind) {
+        case ControlKind::Float:
+        case ControlKind::UserFloat: {
+            const float saved = c.asFloat()->Value;
+            for (float v : kFloatExtremes) {
+                SCOPED_TRACE(v);
+                DrawWith(p, c, frame, [&] { c.asFloat()->Value = v; }, [&] { c.asFloat()->Value = saved; });
+            }
+            break;
+        }
+        case ControlKind::Int:
+        case ControlKind::Boolean:
+        case ControlKind::List: {
+            // The three records start with their int value.
+            int* value = static_cast<int*>(c.address);
+            const int saved = *value;
+            for (int v : kIntExtremes) {
+                SCOPED_TRACE(v);
+                DrawWith(p, c, frame, [&] { *value = v; }, [&] { *value = saved; });
+            }
+            break;
+        }
+        case ControlKind::Colour: {
+            const unsigned long saved = c.asColour()->Color;
+            DrawWith(p, c, frame, [&] { c.asColour()->Color = ~0ul; }, [&] { c.asColour()->Color = saved; });
+            break;
+        }
+        default: break;
+        }
+        if (HasFatalFailure()) return;
+    }
+}
+
+// The pixel aspect ratio the host reports is a float like any other: each value draws a frame.
+TEST(ControlSweep, EveryPixelAspectTheHostCanReport)
+{
+    InProcess p(33, 19, 8, 4);
+    StartDrawnSwarm(p);
+    int frame = 0;
+    for (float aspect : {NAN, INFINITY, -INFINITY, 0.0f, -1.0f, 1e30f, 1e-30f, FLT_TRUE_MIN}) {
+        SCOPED_TRACE(aspect);
+        p.host.setPixelAspectRatio(aspect);
+        for (int i = 0; i < 3; ++i) ASSERT_EQ(p.plugin.renderFrame(++frame), p.host.buffer(1).words());
+    }
+}
+
 // sparkhost passes only ratios a picture can have: anything else is refused by name, before any
 // frame, with exit code 2.
 TEST(ControlSweep, SparkhostRefusesPixelAspectsNoPictureHas)
