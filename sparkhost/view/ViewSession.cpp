@@ -85,7 +85,16 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
     });
     freshSetup_ = "/tmp/sparkhost-view-" + std::to_string(::getpid()) + ".setup";
     current_ = frames_.front();
-    if (!loadPlugin(error)) return false;
+    // A setup the plug-in asks for while it starts is refused as render refuses it, rather than
+    // shown half-loaded in a window.
+    host_.setKeepSetupErrors(true);
+    const bool loaded = loadPlugin(error);
+    host_.setKeepSetupErrors(false);
+    if (!loaded) return false;
+    if (!host_.setupError().empty()) {
+        *error = host_.setupError();
+        return false;
+    }
     if (!o.setup.empty() && host_.setupLoads().empty() && !readSetup(panel(), host_, o.setup, error))
         return false;
     if (!o.keys.empty() && !loadKeys(o.keys, error)) return false;

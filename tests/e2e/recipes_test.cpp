@@ -57,6 +57,7 @@ Job adapt(const std::vector<std::string>& words, const std::string& folder, cons
         std::string w = words[i];
         size_t out = w.find("out/");
         if (w == "build/vesk.spark") w = harness::vesk();
+        else if (w == "build/Vesk.ofx.bundle") w = std::string(VESK_BINARY_DIR) + "/Vesk.ofx.bundle";
         else if (out == 0 || (out != std::string::npos && w[out - 1] == '=')) w = w.substr(0, out) + folder + "/" + w.substr(w.rfind('/') + 1);
         if (i > 1 && words[i - 1] == "--frames") w = frames;
         if (i > 1 && words[i - 1] == "-o") job.output = w;
@@ -83,12 +84,15 @@ long differingPixels(const FrameBuffer& a, const FrameBuffer& b) {
 Job renderOverPlate(const std::vector<std::string>& words, const std::string& folder) {
     Job job = adapt(words, folder, "1-3");
     EXPECT_FALSE(job.output.empty()) << "no output in the command";
-    auto clip = std::find_if(job.args.begin(), job.args.end(), [](const std::string& a) { return a.compare(0, 2, "1=") == 0; });
+    // Clip 1 of the Spark plug-in is the OpenFX effect's "Source".
+    auto clip = std::find_if(job.args.begin(), job.args.end(), [](const std::string& a) {
+        return a.compare(0, 2, "1=") == 0 || a.compare(0, 7, "Source=") == 0;
+    });
     EXPECT_NE(clip, job.args.end()) << "every recipe renders over a plate given as clip 1";
     Outcome run = runSparkhost(job.args, kSource);
     EXPECT_EQ(run.code, 0) << run.err;
     if (run.code != 0 || clip == job.args.end()) return job;
-    std::string platePath = clip->substr(2);
+    std::string platePath = clip->substr(clip->find('=') + 1);
     FrameBuffer plate = harness::readFrame(platePath[0] == '/' ? platePath : kSource + "/" + platePath);
     for (int frame = 1; frame <= 3; ++frame) {
         FrameBuffer image = harness::readFrame(framePath(job.output, frame));
@@ -129,7 +133,7 @@ TEST(Recipes, EveryReadmeRecipeRendersParticlesOverThePlate) {
             ASSERT_EQ(std::system(line.c_str()), 0) << line;
             continue;
         }
-        EXPECT_EQ(words.at(2), "build/vesk.spark");
+        EXPECT_TRUE(words.at(2) == "build/vesk.spark" || words.at(2) == "build/Vesk.ofx.bundle") << words.at(2);
         if (folder.empty()) folder = harness::freshDir("recipe" + std::to_string(++n));
         renderOverPlate(words, folder);
         folder.clear();

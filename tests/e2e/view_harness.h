@@ -31,9 +31,12 @@ inline bool withoutWindow(const Outcome& run) { return run.err.find("built witho
 
 // The text the script printed for an action (the line that starts with it), without its time.
 inline std::string said(const Outcome& run, const std::string& action) {
-    size_t at = run.out.find("\n" + action + ": ");
-    if (at == std::string::npos && run.out.rfind(action + ": ", 0) == 0) at = 0;
-    else if (at != std::string::npos) ++at;
+    // The first answer may open the output (the plug-in's console goes to standard error).
+    size_t at = 0;
+    if (run.out.rfind(action + ": ", 0) != 0) {
+        at = run.out.find("\n" + action + ": ");
+        if (at != std::string::npos) ++at;
+    }
     if (at == std::string::npos) return "";
     const size_t start = at + action.size() + 2;
     std::string line = run.out.substr(start, run.out.find('\n', start) - start);

@@ -1,6 +1,7 @@
 // `sparkhost view` end to end: the window on vesk.spark under a virtual X display, driven by a
 // script of mouse and widget actions, its answers checked against the panel's table and against
 // what `sparkhost render` writes.
+#include <fstream>
 #include "view_harness.h"
 
 namespace {
@@ -62,6 +63,8 @@ TEST(ViewWindow, PanelDragShapeRulesAndFrameTenAsRendered) {
 
 TEST(ViewWindow, BadInputIsNamedBeforeAnyWindow) {
     const std::string dir = harness::freshDir("view_bad");
+    // A setup that render refuses is refused by the window too, with the same exit.
+    std::ofstream(dir + "/bad.setup") << "SparkInt11 = nope\n";
     struct Case {
         std::vector<std::string> args;
         const char* message;
@@ -70,6 +73,7 @@ TEST(ViewWindow, BadInputIsNamedBeforeAnyWindow) {
         {{"view", harness::vesk(), "--frames", "9-x"}, "9-x"},
         {{"view", harness::vesk(), "--script", dir + "/none.txt"}, "none.txt"},
         {{"view", harness::vesk(), "--size", "12"}, "bad size '12'"},
+        {{"view", harness::vesk(), "--setup", dir + "/bad.setup", "--screenshot", dir + "/shot.png"}, "bad.setup:1"},
     };
     for (const Case& c : cases) {
         const Outcome run = harness::runSparkhost(c.args);
