@@ -173,6 +173,14 @@ bool ClipConnected(OfxImageClipHandle clip) {
     return PropInt(props, kOfxImageClipPropConnected, 0, 0) != 0;
 }
 
+int OutputMode(InstanceData& d, const double* time) {
+    int mode = kSwarmOverSource;
+    if (!d.output_mode) return mode;
+    if (time) S().param->paramGetValueAtTime(d.output_mode, *time, &mode);
+    else S().param->paramGetValue(d.output_mode, &mode);
+    return mode;
+}
+
 int StartFrame(InstanceData& d) {
     int own = 0;
     if (d.own_start && S().param->paramGetValue(d.own_start, &own) == kOfxStatOK && own) {
@@ -300,8 +308,7 @@ OfxStatus GetClipPreferences(OfxImageEffectHandle effect, OfxPropertySetHandle o
     if (!d) return kOfxStatReplyDefault;
     // The swarm moves every frame even when nothing else does.
     S().prop->propSetInt(out, kOfxImageEffectFrameVarying, 0, 1);
-    int mode = kSwarmOverSource;
-    if (d->output_mode) S().param->paramGetValue(d->output_mode, &mode);
+    const int mode = OutputMode(*d, nullptr);
     // Over the source the output keeps the source's alpha and so its premultiplication (the
     // host's default); the swarm alone is premultiplied RGBA.
     if (mode == kSwarmOnly) {
@@ -331,8 +338,8 @@ OfxStatus IsIdentity(OfxImageEffectHandle effect, OfxPropertySetHandle in, OfxPr
     InstanceData* d = Data(effect);
     if (!d) return kOfxStatReplyDefault;
     const double time = PropDouble(in, kOfxPropTime, 0, 0.0);
-    int mode = kSwarmOverSource;
-    if (d->output_mode) S().param->paramGetValue(d->output_mode, &mode);
+    // Read at the frame, as the render reads it, so the two agree on an animated Output.
+    const int mode = OutputMode(*d, &time);
     // Before the swarm starts the background passes through.
     if (mode == kSwarmOverSource && std::lround(time) < StartFrame(*d)) {
         S().prop->propSetString(out, kOfxPropName, 0, kOfxImageEffectSimpleSourceClipName);

@@ -47,6 +47,9 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in);
 FrameSettings ReadSettings(InstanceData& d, double time);
 void WriteChanged(InstanceData& d, const FrameSettings& before, const FrameSettings& after, double time);
 int StartFrame(InstanceData& d);
+// The Output choice at `time`, or as it stands now when `time` is null (clip preferences hold
+// for every frame).
+int OutputMode(InstanceData& d, const double* time);
 bool ClipConnected(OfxImageClipHandle clip);
 // Shows or clears the persistent message for the settings at `time`.
 void UpdateMessages(InstanceData& d, double time);

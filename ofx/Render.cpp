@@ -206,8 +206,7 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in) {
     Shot shot;
     if (!describe_shot(d, in, time, output.image, &shot)) return kOfxStatFailed;
     const bool have_source = shot.connected[0] && source.fetch(d->clips[0], time);
-    int mode = kSwarmOverSource;
-    if (d->output_mode) S().param->paramGetValueAtTime(d->output_mode, time, &mode);
+    const int mode = OutputMode(*d, &time);
 
     // Every connected input at this frame, held until the frame is drawn; the engine converts
     // them into its own buffers. The others stay black there.
