@@ -9,6 +9,7 @@
 
 #include "Library/Q4Image.h"
 #include "base/q4_heap.h"
+#include "base/q4_int.h"
 
 static inline unsigned short clamp15(int v) { return (unsigned short)(v < 0 ? 0 : v > 32767 ? 32767 : v); }
 
@@ -104,8 +105,7 @@ void ImageQ4::InBlend(float t, ImageQ4* src) {
             unsigned short* d = reinterpret_cast<unsigned short*>(rows[y]);
             const unsigned short* s = reinterpret_cast<const unsigned short*>(src->rows[y]);
             for (long i = 0; i < n; i++) {
-                const float f = (float)s[i] * t + (float)d[i] * u;
-                d[i] = (unsigned short)((f > -2147483904.0f && f < 2147483648.0f) ? (int)f : INT_MIN);
+                d[i] = (unsigned short)q4_truncated_int((float)s[i] * t + (float)d[i] * u);
             }
         }
         return;

@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include "framework/PluginQ4.h"
+#include "base/q4_int.h"
 
 namespace {
 
@@ -184,14 +185,8 @@ void IntegerControlQ4::SetValue(double, int value) {
 }
 
 void IntegerControlQ4::GetValue(double time, int& value) {
-    // A curve may hold any number; one past int takes the value the processor's own conversion
-    // gives (the lowest int), so frames of values in range are unchanged and the rest defined.
-    if (time < 0.0) {
-        value = cache;
-        return;
-    }
-    const double v = curve_value(number, time);
-    value = (v > -2147483649.0 && v < 2147483648.0) ? (int)v : INT_MIN;
+    // A curve may hold any number.
+    value = time >= 0.0 ? q4_truncated_int(curve_value(number, time)) : cache;
 }
 
 int IntegerControlQ4::GetValue(double time) {

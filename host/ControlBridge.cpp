@@ -7,15 +7,9 @@
 #include "host/ControlCallbacks.h"
 #include "host/ControlTable.h"
 #include "host/HostState.h"
+#include "base/q4_int.h"
 
 namespace {
-
-// A slider record may hold any number; one no int can hold gives what the processor's own
-// conversion gives (the lowest int), so swatches of values in range are unchanged.
-int32_t truncated_level(double v)
-{
-    return (v > -2147483649.0 && v < 2147483648.0) ? static_cast<int32_t>(std::trunc(v)) : INT32_MIN;
-}
 
 using EffectOperation = void (Vesk::*)(ControlQ4*, double);
 
@@ -114,12 +108,12 @@ unsigned long* SetShapeColCB(int reason, SparkInfoStruct info)
             uint32_t channel;
             if (DLtwelveBit) {
                 // A 12-bit level, of which the swatch keeps bits 4 to 11.
-                const int32_t t = truncated_level(sliders[c] * 40.951);
+                const int32_t t = q4_truncated_int(sliders[c] * 40.951);
                 channel = static_cast<uint32_t>(t >> 4) & 0xFFu;
             } else {
                 // 2.551 rather than 2.55 so that 100 % reaches 255 despite the truncation.
                 channel = static_cast<uint32_t>(
-                              truncated_level(sliders[c] * 2.551)) & 0xFFu;
+                              q4_truncated_int(sliders[c] * 2.551)) & 0xFFu;
             }
             word |= channel << (8 * c);
         }
