@@ -71,6 +71,11 @@ int runHelpPage(const std::vector<std::string>& words) {
     if (desktopOpens(link)) return 0;
 #ifdef SPARKHOST_WITH_VIEW
     std::fprintf(stderr, "sparkhost: no desktop browser took the page; showing it in sparkhost's own window\n");
+    // The window stays open long after the program that launched it has finished; it lets go of
+    // that program's output streams, which a reader of them would otherwise wait on forever.
+    std::fflush(stderr);
+    std::freopen("/dev/null", "w", stdout);
+    std::freopen("/dev/null", "w", stderr);
     return showHelpWindow(path, x, y);
 #else
     std::fprintf(stderr, "sparkhost: no desktop browser took the page; open it in a browser\n");
