@@ -73,6 +73,7 @@ Host::Host() {
 }
 
 Host::~Host() {
+    flushHeldMessage();
     auto& hosts = liveHosts();
     hosts.erase(std::remove(hosts.begin(), hosts.end(), this), hosts.end());
     setProcessorAnswer(hosts.empty() ? kDefaultProcessorAnswer : hosts.back()->processors_);
@@ -208,6 +209,35 @@ bool Host::fillBufferRecord(int id, SparkMemBufStruct* record) {
 void Host::report(HostMessage::Kind kind, const std::string& text) {
     std::lock_guard<std::mutex> lock(messageMutex_);
     messages_.push_back({kind, text});
+    printHeldLocked();
+    printLocked(kind, text);
+}
+
+void Host::showMessage(const std::string& text) {
+    std::lock_guard<std::mutex> lock(messageMutex_);
+    messages_.push_back({HostMessage::Message, text});
+    printHeldLocked();
+    heldMessage_ = text;
+    holding_ = true;
+}
+
+void Host::pausedOnMessage() {
+    std::lock_guard<std::mutex> lock(messageMutex_);
+    holding_ = false;
+}
+
+void Host::flushHeldMessage() {
+    std::lock_guard<std::mutex> lock(messageMutex_);
+    printHeldLocked();
+}
+
+void Host::printHeldLocked() {
+    if (!holding_) return;
+    holding_ = false;
+    printLocked(HostMessage::Message, heldMessage_);
+}
+
+void Host::printLocked(HostMessage::Kind kind, const std::string& text) {
     if (!echo_) return;
     if (beforeEcho_) beforeEcho_();
     std::string shown = text;

@@ -144,7 +144,10 @@ public:
     int refusedBufferRequests() const { return refusedBufferRequests_; }
 
     // ---- frame record and buffers ----------------------------------------------------------
-    void setCurrentFrame(int frame) { frame_ = frame; }
+    void setCurrentFrame(int frame) {
+        flushHeldMessage();
+        frame_ = frame;
+    }
     int currentFrame() const { return frame_; }
     // The frame information record as the host passes it for the current frame.
     SparkInfoStruct info() const;
@@ -165,6 +168,14 @@ public:
 
     // ---- messages --------------------------------------------------------------------------
     void report(HostMessage::Kind kind, const std::string& text);
+    // A text for the plug-in's message line (sparkMessage). It is kept, and printed once the
+    // plug-in goes on, unless the plug-in pauses on it at once: a plug-in that holds a message on
+    // screen writes it to standard error itself after the pause, and printing it as well said
+    // everything twice.
+    void showMessage(const std::string& text);
+    void pausedOnMessage();
+    // Prints a message still held (at the next message, the next frame, the end of the run).
+    void flushHeldMessage();
     std::vector<HostMessage> messages() const;
     // Every message text of one kind, each followed by a newline.
     std::string messageText(HostMessage::Kind kind) const;
@@ -255,6 +266,10 @@ private:
     bool echo_ = true;
     std::string prefix_ = "sparkhost: ";
     std::function<void()> beforeEcho_;
+    void printHeldLocked();
+    void printLocked(HostMessage::Kind kind, const std::string& text);
+    std::string heldMessage_;
+    bool holding_ = false;
     unsigned totalFrames_ = 1;
     int shotStart_ = -1;
     char mode_ = 1;

@@ -24,7 +24,7 @@ float sparkAPIVersionInfo(void) { return Host::current().apiVersion(); }
 
 const char* sparkProgramGetName(void) { return Host::current().programName().c_str(); }
 
-void sparkMessage(char* message) { Host::current().report(HostMessage::Message, text(message)); }
+void sparkMessage(char* message) { Host::current().showMessage(text(message)); }
 
 void sparkError(char* message) { Host::current().report(HostMessage::Error, text(message)); }
 

@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "sparkhost/lib/Host.h"
+
 namespace {
 
 std::mutex& pauseMutex() {
@@ -19,9 +21,13 @@ std::vector<unsigned>& pauses() {
 
 // Interposes the C library's sleep for the host and for every plug-in it loads: the pause is
 // recorded and the call returns at once with nothing left to sleep.
+// A pause right after a message is the plug-in holding it on screen; it prints the message itself.
 extern "C" __attribute__((visibility("default"))) unsigned int sleep(unsigned int seconds) noexcept {
-    std::lock_guard<std::mutex> lock(pauseMutex());
-    pauses().push_back(seconds);
+    {
+        std::lock_guard<std::mutex> lock(pauseMutex());
+        pauses().push_back(seconds);
+    }
+    sparkhost::Host::current().pausedOnMessage();
     return 0;
 }
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 #include "sparkhost/lib/FrameRange.h"
@@ -35,6 +37,7 @@ ViewSession::~ViewSession() {
     viewer_.reset();
     if (plugin_) plugin_->unload();
     if (!freshSetup_.empty()) ::unlink(freshSetup_.c_str());
+    if (!freshFolder_.empty()) ::rmdir(freshFolder_.c_str());
 }
 
 bool ViewSession::open(const ViewOptions& o, std::string* error) {
@@ -83,7 +86,7 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
     host_.setClipProvider([this](int clip, int frame, FrameBuffer& destination) {
         return clips_.read(clip, frame, destination);
     });
-    freshSetup_ = "/tmp/sparkhost-view-" + std::to_string(::getpid()) + ".setup";
+    if (!makeFreshFolder(error)) return false;
     current_ = frames_.front();
     // A setup the plug-in asks for while it starts is refused as render refuses it, rather than
     // shown half-loaded in a window.
@@ -114,6 +117,24 @@ bool ViewSession::loadPlugin(std::string* error) {
     if (!viewer_) viewer_ = std::make_unique<Viewer>(*plugin_);
     stepped_ = -1;
     fresh_ = false;
+    return true;
+}
+
+// The setup a reload passes on lives in a folder of this session's own, made where the user keeps
+// temporary files: a fixed name in /tmp could be read or replaced by another user, and two viewers
+// must never share one.
+bool ViewSession::makeFreshFolder(std::string* error) {
+    if (!freshFolder_.empty()) return true;
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/sparkhost-view-XXXXXX";
+    std::vector<char> name(pattern.begin(), pattern.end());
+    name.push_back('\0');
+    if (::mkdtemp(name.data()) == nullptr) {
+        *error = "cannot make a temporary folder '" + pattern + "': " + std::strerror(errno);
+        return false;
+    }
+    freshFolder_ = name.data();
+    freshSetup_ = freshFolder_ + "/settings.setup";
     return true;
 }
 

@@ -134,6 +134,7 @@ private:
     bool afterCallback(unsigned long* result, int refusedBefore);
     void showOutput(unsigned long* result);
     bool loadPlugin(std::string* error);
+    bool makeFreshFolder(std::string* error);
     int indexOf(int frame) const;
 
     Host host_;
@@ -162,6 +163,7 @@ private:
     float lastPressure_ = 0.0f;
     Values pressed_;           // keyed values when the pointer was pressed
     bool nothingNoted_ = false;
+    std::string freshFolder_;  // this session's own temporary folder
     std::string freshSetup_;   // where a reload passes the settings to the new instance
 };
 

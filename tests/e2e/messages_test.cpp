@@ -89,6 +89,14 @@ TEST(Messages, CheckRendersNothingAndThePluginSpeaksOnceOnStandardError) {
     EXPECT_FALSE(harness::contains(quiet.err, "vesk.spark:")) << quiet.err;
     EXPECT_TRUE(harness::contains(quiet.err, "sparkhost: rendered 3 frames")) << quiet.err;
 
+    // A message the plug-in shows (a birth matte with no white in it) reaches the terminal once.
+    harness::writeFrame(dir + "/black.png", sparkhost::FrameBuffer(32, 32, sparkhost::kDepth8));
+    harness::Outcome told = harness::runSparkhost(
+        {"render", harness::vesk(), "--frames", "1", "--size", "32x32", "--clip", "4=" + dir + "/black.png", "--set",
+         "Use Birth Matte=1", "-o", dir + "/m.####.png"});
+    EXPECT_EQ(told.code, 0) << told.err;
+    EXPECT_EQ(count(told.err, "Tried many times to create a particle"), 1u) << told.err;
+
     // The farm script checks the render before it queues anything, and a submit that does not wait
     // ends with exit 0. A stand-in sbatch records what it is given.
     std::string bin = dir + "/bin";

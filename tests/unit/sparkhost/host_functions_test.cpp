@@ -154,6 +154,22 @@ TEST(Messages, KeptInOrderAndEchoedWithThePrefix) {
     EXPECT_TRUE(messages[0].kind == HostMessage::Message && messages[1].kind == HostMessage::Error);
 }
 
+// A message the plug-in pauses on is one it writes to standard error itself: printed once, by it.
+TEST(Messages, AMessageThePluginPausesOnIsLeftToThePlugin) {
+    Host host;
+    host.setMessagePrefix("test-host: ");
+    testing::internal::CaptureStderr();
+    sparkMessage(const_cast<char*>("Tried many times to create a particle\n"));
+    sleep(2);
+    sparkMessage(const_cast<char*>("shown by the host"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    testing::internal::CaptureStderr();
+    host.setCurrentFrame(2);
+    host.setCurrentFrame(3);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "test-host: shown by the host\n");
+    EXPECT_EQ(host.messages().size(), 2u);
+}
+
 TEST(Pauses, SleepIsRecordedNotWaited) {
     resetPauses();
     auto start = std::chrono::steady_clock::now();
