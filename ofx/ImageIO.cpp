@@ -3,12 +3,63 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <thread>
 
+#include "ofx/SparkFrame.h"
 #include "ofx/Suites.h"
 
 namespace vesk_ofx {
 
 namespace {
+
+// Runs rows(first, last) over [begin, end) in bands, one per band job: a frame's conversion is
+// as long as a fair part of the effect's own frame, and its rows are independent. Small windows
+// stay on the calling thread, where starting threads would cost more than it saves. The last band
+// takes the remainder.
+template <typename Rows>
+void in_bands(int begin, int end, long pixels_per_row, Rows rows) {
+    const int count = end - begin;
+    constexpr long kPixelsWorthAThread = 1L << 16;
+    int bands = kSparkJobs;
+    while (bands > 1 && (long)count * pixels_per_row < kPixelsWorthAThread * bands) --bands;
+    if (bands <= 1 || count < bands) {
+        if (count > 0) rows(begin, end);
+        return;
+    }
+    const int each = count / bands;
+    std::thread workers[kSparkJobs - 1];
+    for (int b = 1; b < bands; ++b) {
+        const int first = begin + b * each, last = b == bands - 1 ? end : first + each;
+        workers[b - 1] = std::thread([&rows, first, last] { rows(first, last); });
+    }
+    rows(begin, begin + each);
+    for (int b = 1; b < bands; ++b) workers[b - 1].join();
+}
+
+// Eight-bit RGBA pixels to packed RGB: each pixel's four bytes stored where its three go, the
+// fourth overwritten by the next pixel's red; the last pixel is copied byte by byte so that
+// nothing past the row is touched.
+inline void rgba_to_rgb8(const uint8_t* in, uint8_t* out, size_t n) {
+    if (n == 0) return;
+    for (size_t x = 0; x + 1 < n; ++x, in += 4, out += 3) memcpy(out, in, 4);
+    out[0] = in[0];
+    out[1] = in[1];
+    out[2] = in[2];
+}
+
+// Packed eight-bit RGB and a separate alpha to RGBA: four bytes read where the pixel's three
+// are (the fourth is the next pixel's red, replaced by the alpha); the last pixel byte by byte.
+inline void rgb_alpha_to_rgba8(const uint8_t* in, const uint8_t* alpha, uint8_t* out, size_t n) {
+    if (n == 0) return;
+    for (size_t x = 0; x + 1 < n; ++x, in += 3, alpha += 4, out += 4) {
+        memcpy(out, in, 4);
+        out[3] = alpha[0];
+    }
+    out[0] = in[0];
+    out[1] = in[1];
+    out[2] = in[2];
+    out[3] = alpha[0];
+}
 
 // The twelve-bit levels of sixteen-bit values and back, the rounding sparkhost uses for files,
 // so the same picture reaches the effect through either host.
@@ -152,11 +203,7 @@ void row_to_spark(const Image& image, const std::vector<int>& cols, bool contigu
             if (image.components == 3) {
                 memcpy(out, p, 3 * n);
             } else if (image.components == 4) {
-                for (size_t x = 0; x < n; ++x, out += 3, p += 4) {
-                    out[0] = p[0];
-                    out[1] = p[1];
-                    out[2] = p[2];
-                }
+                rgba_to_rgb8(p, out, n);
             } else {
                 for (size_t x = 0; x < n; ++x, out += 3, ++p) out[0] = out[1] = out[2] = p[0];
             }
@@ -185,22 +232,24 @@ void ImageToSpark(const Image& image, const Placement& place, bool twelve_bit, u
     const std::vector<int> cols = column_map(image, place);
     bool contiguous = !cols.empty() && cols[0] >= 0;
     for (size_t x = 1; x < cols.size() && contiguous; ++x) contiguous = cols[x] == cols[0] + (int)x;
-    for (int r = 0; r < place.height; ++r) {
-        const int Y = place.y0 + place.height - 1 - r;
-        const int iy = (int)std::floor(((double)Y + 0.5) * place.sy);
-        // What the image does not cover is black.
-        if (!contiguous || iy < image.bounds.y1 || iy >= image.bounds.y2) memset(buffer + (size_t)r * row_bytes, 0, row_bytes);
-        if (iy < image.bounds.y1 || iy >= image.bounds.y2) continue;
-        const size_t first = (size_t)r * place.width * 3;
-        switch (image.bytes * 2 + (twelve_bit ? 1 : 0)) {
-        case 2: row_to_spark<1, false>(image, cols, contiguous, iy, buffer, first); break;
-        case 3: row_to_spark<1, true>(image, cols, contiguous, iy, buffer, first); break;
-        case 4: row_to_spark<2, false>(image, cols, contiguous, iy, buffer, first); break;
-        case 5: row_to_spark<2, true>(image, cols, contiguous, iy, buffer, first); break;
-        case 8: row_to_spark<4, false>(image, cols, contiguous, iy, buffer, first); break;
-        default: row_to_spark<4, true>(image, cols, contiguous, iy, buffer, first); break;
+    in_bands(0, place.height, place.width, [&](int first_row, int last_row) {
+        for (int r = first_row; r < last_row; ++r) {
+            const int Y = place.y0 + place.height - 1 - r;
+            const int iy = (int)std::floor(((double)Y + 0.5) * place.sy);
+            // What the image does not cover is black.
+            if (!contiguous || iy < image.bounds.y1 || iy >= image.bounds.y2) memset(buffer + (size_t)r * row_bytes, 0, row_bytes);
+            if (iy < image.bounds.y1 || iy >= image.bounds.y2) continue;
+            const size_t first = (size_t)r * place.width * 3;
+            switch (image.bytes * 2 + (twelve_bit ? 1 : 0)) {
+            case 2: row_to_spark<1, false>(image, cols, contiguous, iy, buffer, first); break;
+            case 3: row_to_spark<1, true>(image, cols, contiguous, iy, buffer, first); break;
+            case 4: row_to_spark<2, false>(image, cols, contiguous, iy, buffer, first); break;
+            case 5: row_to_spark<2, true>(image, cols, contiguous, iy, buffer, first); break;
+            case 8: row_to_spark<4, false>(image, cols, contiguous, iy, buffer, first); break;
+            default: row_to_spark<4, true>(image, cols, contiguous, iy, buffer, first); break;
+            }
         }
-    }
+    });
 }
 
 namespace {
@@ -220,13 +269,7 @@ void row_from_spark(const uint8_t* spark, const uint8_t* spark_source, const Ima
         size_t at = (size_t)map.index(row, x1) * 3;
         if constexpr (Bytes == 1 && !Twelve) {
             // Bytes to bytes: the Spark levels are the output's own.
-            const uint8_t* in = spark + at;
-            for (int ox = x1; ox < x2; ++ox, out += 4, a += 4, in += 3) {
-                out[0] = in[0];
-                out[1] = in[1];
-                out[2] = in[2];
-                out[3] = a[0];
-            }
+            rgb_alpha_to_rgba8(spark + at, a, out, (size_t)(x2 - x1));
             return;
         }
         for (int ox = x1; ox < x2; ++ox, out += 4 * Bytes, a += 4 * Bytes, at += 3) {
@@ -281,34 +324,36 @@ void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>*
                             spark_source->size() == spark.size();
     const OutputMap map(place, w);
     const uint8_t* in = spark_source ? spark_source->data() : nullptr;
-    for (int oy = w.y1; oy < w.y2; ++oy) {
-        const long row = map.row(oy);
-        if (output.components == 1) {
-            // An alpha-only output carries the source's matte, or opaque.
-            for (int ox = w.x1; ox < w.x2; ++ox) {
-                uint8_t* p = const_cast<uint8_t*>(output.pixel(ox, oy));
-                const bool have = source && source->valid() && source->inside(ox, oy) && source->components == 4 &&
-                                  source->bytes == output.bytes;
-                if (have) memcpy(p, source->pixel(ox, oy) + 3 * source->bytes, (size_t)output.bytes);
-                else put_one(p, output.bytes);
+    in_bands(w.y1, w.y2, w.x2 - w.x1, [&](int first_row, int last_row) {
+        for (int oy = first_row; oy < last_row; ++oy) {
+            const long row = map.row(oy);
+            if (output.components == 1) {
+                // An alpha-only output carries the source's matte, or opaque.
+                for (int ox = w.x1; ox < w.x2; ++ox) {
+                    uint8_t* p = const_cast<uint8_t*>(output.pixel(ox, oy));
+                    const bool have = source && source->valid() && source->inside(ox, oy) && source->components == 4 &&
+                                      source->bytes == output.bytes;
+                    if (have) memcpy(p, source->pixel(ox, oy) + 3 * source->bytes, (size_t)output.bytes);
+                    else put_one(p, output.bytes);
+                }
+                continue;
             }
-            continue;
+            switch (output.bytes * 2 + (twelve_bit ? 1 : 0)) {
+            case 2: row_from_spark<1, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+            case 3: row_from_spark<1, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+            case 4: row_from_spark<2, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+            case 5: row_from_spark<2, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
+            default:
+                if (keep_float)
+                    row_from_spark<4, true, true>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+                else if (twelve_bit)
+                    row_from_spark<4, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+                else
+                    row_from_spark<4, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
+                break;
+            }
         }
-        switch (output.bytes * 2 + (twelve_bit ? 1 : 0)) {
-        case 2: row_from_spark<1, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
-        case 3: row_from_spark<1, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
-        case 4: row_from_spark<2, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
-        case 5: row_from_spark<2, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output); break;
-        default:
-            if (keep_float)
-                row_from_spark<4, true, true>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
-            else if (twelve_bit)
-                row_from_spark<4, true, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
-            else
-                row_from_spark<4, false, false>(spark.data(), in, source, map, row, oy, w.x1, w.x2, output);
-            break;
-        }
-    }
+    });
 }
 
 void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<uint8_t>& over_white,
