@@ -2,6 +2,8 @@
 // are the Spark plug-in's frames, byte for byte, in any render order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <set>
 #include <string>
@@ -242,5 +244,47 @@ TEST(OfxBundle, FramesEqualTheSparkPluginsInAnyOrder) {
             EXPECT_EQ(differences(host.render(*fresh, f), expected[(size_t)f - 1], bits), 0)
                 << bits << "-bit frame " << f << " backwards on a fresh instance";
         }
+    }
+}
+
+// "Swarm Only" from the bundle, merged over the plate as a compositor merges it (premultiplied
+// over), is the Spark plug-in's frame at both depths: nearly every value within one level of the
+// frame's depth and none beyond two. The colour over black, the alpha (one number for three
+// channels, each seen over white and black with a rounding of its own) and the Spark frame itself
+// are each rounded at the depth, so a pixel under a nearly opaque shape can be off by a level and
+// a half.
+TEST(OfxBundle, SwarmOnlyMergedOverThePlateIsTheSparkFrame) {
+    for (int bits : {8, 12}) {
+        SparkReference spark(bits);
+        for (const Setting& s : kFoodHunt) spark.apply(s);
+        const std::vector<sparkhost::FrameBuffer> expected = spark.frames(1, 6);
+
+        minihost::Host& host = bundle();
+        const std::string depth = bits == 8 ? kOfxBitDepthByte : kOfxBitDepthShort;
+        auto e = instance(host, depth);
+        ASSERT_TRUE(e);
+        e->params.at("output")->value = {1};
+        const double top = bits == 8 ? 255.0 : 65535.0, level = bits == 8 ? 255.0 : 4095.0;
+        int covered = 0, values = 0, beyond_one = 0, worst = 0;
+        for (int f = 1; f <= 6; ++f) {
+            const Picture alone = host.render(*e, f);
+            const Picture plate = ofx_plate(f, depth);
+            for (int y = 0; y < kH; ++y)
+                for (int x = 0; x < kW; ++x) {
+                    const double a = alone.get(x, y, 3) / top;
+                    covered += f == 6 && a > 0.0;
+                    for (int c = 0; c < 3; ++c) {
+                        const double merged = (alone.get(x, y, c) + (1.0 - a) * plate.get(x, y, c)) / top;
+                        const double want = expected[(size_t)f - 1].value(x, kH - 1 - y, c) / level;
+                        const int off = (int)std::lround(std::fabs(merged - want) * level);
+                        worst = std::max(worst, off);
+                        beyond_one += off > 1;
+                        ++values;
+                    }
+                }
+        }
+        EXPECT_GT(covered, 20) << bits << "-bit: the swarm covers something";
+        EXPECT_LE(worst, 2) << bits << "-bit";
+        EXPECT_LE(beyond_one * 1000, values) << bits << "-bit: " << beyond_one << " of " << values << " beyond one level";
     }
 }
