@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSlider>
 #include <QStyle>
 #include <QStyleOptionSlider>
@@ -159,6 +160,10 @@ public:
             *said = (w_.lastQuestion().empty() ? std::string("no question") : "asked \"" + w_.lastQuestion() + "\"") +
                     (closed ? "; closed" : "; still open");
             if (closed) closed_ = true;
+        } else if (verb == "play-for" && need(1)) {
+            *said = playFor(std::atof(a[1].c_str()));
+        } else if (verb == "smallest" && need(0)) {
+            *said = smallest();
         } else if (verb == "pause" && need(1)) {
             runFor(std::atof(a[1].c_str()));
         } else if (verb == "rate" && need(1)) {
@@ -268,6 +273,33 @@ private:
         std::snprintf(text, sizeof text, "renders during the drag %d, at release %d (release to frame %.1f ms)",
                       during, s_.renders() - before - during, ms);
         *said = text;
+    }
+
+    // Plays for `ms` at the window's play rate and counts the frames shown meanwhile.
+    std::string playFor(double ms) {
+        int shown = 0, last = s_.currentFrame();
+        w_.timeline()->setPlaying(true);
+        const auto start = Clock::now();
+        while (msSince(start) < ms) {
+            QApplication::processEvents(QEventLoop::AllEvents, 5);
+            if (s_.currentFrame() != last) {
+                ++shown;
+                last = s_.currentFrame();
+            }
+            QThread::usleep(500);
+        }
+        w_.timeline()->setPlaying(false);
+        return "played " + std::to_string(shown) + " frames";
+    }
+
+    // The window at its smallest: what is left for the picture, and whether the panel scrolls.
+    std::string smallest() {
+        w_.resize(w_.minimumSize());
+        runFor(300);
+        const QSize viewer = w_.viewer()->size();
+        return "window " + std::to_string(w_.width()) + "x" + std::to_string(w_.height()) + ", viewer " +
+               std::to_string(viewer.width()) + "x" + std::to_string(viewer.height()) + ", panel scrolls " +
+               (w_.panel()->findChild<QScrollArea*>() ? "yes" : "no");
     }
 
     // Keystrokes into the field as a person types them, then Return.

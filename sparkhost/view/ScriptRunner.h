@@ -17,6 +17,9 @@
 //   log                            prints the message log, lines separated by " | "
 //   remove-event FRAME NAME        removes an event as its mark's menu does
 //   rate FPS | max                 the play rate
+//   play-for MS                    plays for MS milliseconds, prints the frames shown
+//   smallest                       shrinks the window to its minimum size, prints what the
+//                                  picture keeps and whether the panel scrolls
 //   pause MS                       lets the window run for MS milliseconds
 //   on-close save FILE | discard | cancel
 //                                  how the question on closing with unsaved changes is answered

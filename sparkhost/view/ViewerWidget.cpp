@@ -15,7 +15,9 @@ namespace sparkhost {
 ViewerWidget::ViewerWidget(ViewSession& session, QWidget* parent) : QWidget(parent), session_(session) {
     setObjectName("viewer");
     setMouseTracking(true);
-    setMinimumSize(160, 90);
+    // The picture keeps room to work in however small the window gets: the panel under it
+    // scrolls instead (a 90-pixel picture left nothing to drag the handles in).
+    setMinimumSize(320, 240);
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 

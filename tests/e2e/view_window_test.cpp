@@ -1,7 +1,9 @@
 // `sparkhost view` end to end: the window on vesk.spark under a virtual X display, driven by a
 // script of mouse and widget actions, its answers checked against the panel's table and against
 // what `sparkhost render` writes.
+#include <cstdio>
 #include <fstream>
+
 #include "view_harness.h"
 
 namespace {
@@ -81,6 +83,39 @@ TEST(ViewWindow, BadInputIsNamedBeforeAnyWindow) {
         EXPECT_EQ(run.code, 2) << c.message;
         EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
     }
+}
+
+// Play follows the chosen rate, not a fixed cap of 24 frames a second, and "as fast as possible"
+// is not held back either; the smallest window keeps room for the picture and the panel scrolls.
+// Small frames keep every rate within reach of a loaded machine; the bounds leave it a margin.
+TEST(ViewWindow, PlayKeepsItsRateAndTheSmallestWindowKeepsThePicture) {
+    const std::string dir = harness::freshDir("view_rate");
+    const std::string script = "rate 12\nplay-for 1500\nrate 60\nplay-for 1500\nrate max\nplay-for 1500\nsmallest\n";
+    const Outcome view = runView(dir, script, {"--size", "64x48", "--frames", "1-500"});
+    if (withoutWindow(view)) GTEST_SKIP() << "sparkhost was built without Qt";
+    ASSERT_EQ(view.code, 0) << view.err;
+    std::vector<int> played;
+    const std::string mark = "play-for 1500: played ";
+    for (size_t at = view.out.find(mark); at != std::string::npos; at = view.out.find(mark, at + 1))
+        played.push_back(std::atoi(view.out.c_str() + at + mark.size()));
+    ASSERT_EQ(played.size(), 3u) << view.out;
+    const int at12 = played[0], at60 = played[1], fastest = played[2];
+    EXPECT_GE(at12, 1) << view.out;
+    EXPECT_LE(at12, 19) << "12 frames a second for 1.5 s\n" << view.out;
+    EXPECT_GT(at60, 36) << "beyond the 24 frames a second it was capped at\n" << view.out;
+    EXPECT_GT(fastest, 36) << view.out;
+
+    const std::string small = said(view, "smallest");
+    int windowW = 0, windowH = 0, viewerW = 0, viewerH = 0;
+    ASSERT_EQ(std::sscanf(small.c_str(), "window %dx%d, viewer %dx%d", &windowW, &windowH, &viewerW, &viewerH), 4)
+        << view.out;
+    // A picture of at least 4:3 at 320 pixels wide, within a window of at most 800 x 600.
+    EXPECT_LE(windowW, 800);
+    EXPECT_LE(windowH, 600);
+    EXPECT_GE(viewerW, 320) << small;
+    EXPECT_GE(viewerH, 240) << small;
+    EXPECT_NE(small.find("panel scrolls yes"), std::string::npos) << small;
+    ASSERT_EQ(std::system(("rm -rf '" + dir + "'").c_str()), 0);
 }
 
 }  // namespace
