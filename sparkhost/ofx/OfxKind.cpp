@@ -229,6 +229,7 @@ OfxStatus OfxKind::describe(std::string* error) {
 
 void OfxKind::unload() {
     uninitialise();
+    interactDescriptor_.reset();
     for (auto& entry : frameCache_) entry.second = FrameBuffer();
     frameCache_.clear();
     contextual_.reset();
@@ -427,6 +428,7 @@ unsigned OfxKind::initialise() {
     if (!instance_) return 1;
     syncFromRecords();
     mirrorAll();
+    createInteract();
     return 0;
 }
 
@@ -435,6 +437,8 @@ void OfxKind::uninitialise() {
     if (inSequence_) endSequence(*instance_);
     // Private data goes into the parameters before the values are read for a setup.
     call(kOfxActionSyncPrivateData, instance_.get(), nullptr, nullptr);
+    // The interact goes before the effect instance it was made for.
+    destroyInteract();
     destroyInstance(instance_);
 }
 

@@ -26,6 +26,7 @@
 #include "sparkhost/ofx/Bundle.h"
 #include "sparkhost/ofx/HostMode.h"
 #include "sparkhost/ofx/Objects.h"
+#include "sparkhost/ofx/ViewerGeometry.h"
 
 namespace sparkhost {
 namespace ofx {
@@ -51,7 +52,11 @@ public:
     bool keepsOwnTime() const override { return true; }
     void planFrames(int first, int last) override;
     std::string takeError() override;
-
+    // The effect's overlay interact (OfxOverlay.cpp), drawn in the viewer's GL context.
+    bool hasInteract() const override { return interactInstance_ != nullptr; }
+    bool hasOverlay() const override { return interactInstance_ != nullptr; }
+    unsigned long* interact(int sx, int sy, float pressure, float vx, float vy, float zoom) override;
+    bool overlay(float zoom) override;
 
     // ---- what the suites ask of the host ------------------------------------------------------
     Host& host() { return host_; }
@@ -107,6 +112,11 @@ private:
     void frameGeometry(int* width, int* height) const;
     std::string renderDepth() const;
     void setError(const std::string& text);
+    void createInteract();
+    void destroyInteract();
+    OfxStatus callInteract(const char* action, PropertySet* in, bool* edited = nullptr);
+    ViewerGeometry viewerGeometry(float zoom) const;
+    void viewArgs(const ViewerGeometry& view, PropertySet* in);
 
     Host& host_;
     std::string effectIdWanted_;
@@ -120,7 +130,12 @@ private:
     std::unique_ptr<EffectObject> contextual_;   // from DescribeInContext
     std::unique_ptr<EffectObject> instance_;     // the one the panel edits
     OfxPluginEntryPoint* overlayEntry_ = nullptr;
+    std::unique_ptr<InteractObject> interactDescriptor_;
     std::unique_ptr<InteractObject> interactInstance_;
+    bool interactFocused_ = false;
+    float penPressure_ = 0.0f;                   // of the last pen event sent
+    bool penEdited_ = false;                     // the pen changed parameters since it went down
+    int canvasWidth_ = 0, canvasHeight_ = 0;     // the viewer's GL viewport at the last draw
     std::vector<std::string> inputs_;            // input clip names, clip 1 first
     Panel* panel_ = nullptr;
     std::map<const void*, std::string> controlParams_;    // record address -> parameter name

@@ -363,9 +363,12 @@ void ViewSession::showOutput(unsigned long* result) {
 }
 
 // After a callback or pointer event: a frame it returned is shown; in the replayed mode a frame
-// it asked for is made by replaying, so that it is the frame a render would give.
+// it asked for is made by replaying, so that it is the frame a render would give. A plug-in that
+// keeps its own time (OFX) returns that frame itself: each of its frames is a pure function of
+// the values, whatever it rendered before.
 bool ViewSession::afterCallback(unsigned long* result, int refusedBefore) {
-    if (!replayed_) {
+    if (!replayed_ || plugin_->keepsOwnTime()) {
+        if (replayed_) invalidate();
         if (!result) return false;
         ++renders_;
         showOutput(result);
