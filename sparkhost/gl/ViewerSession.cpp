@@ -15,9 +15,12 @@ bool ViewerSession::start(std::string* error) {
     if (overlay_ && !plugin_.hasOverlay()) missing = "SparkOverlay", option = "--overlay";
     if (!dragText_.empty() && !plugin_.hasInteract()) missing = "SparkInteract", option = "--drag";
     if (missing) {
+        // An OpenFX effect draws and takes drags through one overlay interact.
         if (error)
-            *error = "the plug-in '" + plugin_.path() + "' does not export " + missing + ", which " +
-                     option + " needs";
+            *error = plugin_.isOfx() ? "the OpenFX effect in '" + plugin_.path() + "' has no overlay interact, which " +
+                                           option + " needs"
+                                     : "the plug-in '" + plugin_.path() + "' does not export " + missing +
+                                           ", which " + option + " needs";
         return false;
     }
     return viewer_.open(error);
