@@ -57,3 +57,18 @@ TEST(FrameWriters, AQueuedFrameIsACopyOfTheCallersBuffer) {
     ASSERT_TRUE(writers.finish(&error)) << error;
     for (unsigned n = 1; n <= 8; ++n) EXPECT_EQ(written[std::to_string(n)], n * 100);
 }
+
+// Clearing leaves every byte black wherever the picture was drawn into: in the first word, in the
+// middle, in the spare word past the last row.
+TEST(FrameBufferClear, LeavesNothingBehindWhereverItWasDrawn) {
+    for (int depth : {kDepth8, kDepth12}) {
+        FrameBuffer b(37, 23, depth);
+        // The frame's bytes rounded up to whole words, and one spare word.
+        const size_t bytes = ((b.bytes() + 7) / 8 + 1) * 8;
+        for (size_t at : {size_t(0), bytes / 2, bytes - 1}) {
+            b.data()[at] = 0x5A;
+            b.clear();
+            for (size_t i = 0; i < bytes; ++i) ASSERT_EQ(b.data()[i], 0) << "byte " << i << " after a mark at " << at;
+        }
+    }
+}
