@@ -209,6 +209,8 @@ ViewSession::Chase ViewSession::chase(int frame, double budgetMs) {
     const int index = indexOf(frame);
     if (index < 0) return Chase::Failed;
     if (!replayed_) return render(frame) ? Chase::Shown : Chase::Failed;
+    // A plug-in that keeps its own time makes any frame directly, without a fresh instance.
+    if (plugin_->keepsOwnTime()) return renderedHere(frame) ? Chase::Shown : Chase::Failed;
     const auto start = std::chrono::steady_clock::now();
     // Forward of the live frame with nothing changed since, the simulation simply continues;
     // anything else brings a fresh state forward from the first frame of the range.
@@ -367,8 +369,18 @@ void ViewSession::showOutput(unsigned long* result) {
 // keeps its own time (OFX) returns that frame itself: each of its frames is a pure function of
 // the values, whatever it rendered before.
 bool ViewSession::afterCallback(unsigned long* result, int refusedBefore) {
-    if (!replayed_ || plugin_->keepsOwnTime()) {
-        if (replayed_) invalidate();
+    if (plugin_->keepsOwnTime()) {
+        // Its frame is a function of the frame number and the values alone: an edit shows the
+        // frame as it now is, whether or not the plug-in rendered it itself.
+        invalidate();
+        ++renders_;
+        if (result) {
+            showOutput(result);
+            return true;
+        }
+        return replayed_ ? renderedHere(current_) : render(current_);
+    }
+    if (!replayed_) {
         if (!result) return false;
         ++renders_;
         showOutput(result);
@@ -443,7 +455,8 @@ bool ViewSession::setColour(const Control& control, unsigned packed) {
 
 void ViewSession::press(const Control& control) {
     // In replayed time a button that acts on the simulation is an event at the current frame.
-    if (replayed_ && eventAction(panel(), control) != EventAction::None) {
+    // (A plug-in that keeps its own time places the event itself when its button is pressed.)
+    if (replayed_ && !plugin_->keepsOwnTime() && eventAction(panel(), control) != EventAction::None) {
         host_.addEvent(ShotEvent{current_, control.record});
         host_.report(HostMessage::Note, panel().name(control) + " placed at frame " + std::to_string(current_) +
                                             " (right-click its mark on the timeline to remove it)");
@@ -479,6 +492,12 @@ bool ViewSession::pointer(const PointerEvent& e) {
     if (press) pressed_ = before;
     if (release) keyChanged(pressed_);
     if (hover && !result && host_.refusedBufferRequests() == refused) {
+        if (host_.viewingDraws() != drawsBefore) redraw();
+        return false;
+    }
+    if (plugin_->keepsOwnTime() && !result) {
+        // Such a plug-in hands back the new frame itself at the release; until then only the
+        // overlay follows the pointer.
         if (host_.viewingDraws() != drawsBefore) redraw();
         return false;
     }

@@ -139,4 +139,25 @@ TEST(ViewOfxOverlay, DragHonoursThePixelAspect) {
     EXPECT_NEAR(value("food.Y"), 100.0 * 117 / H, 1e-3) << setup;
 }
 
+// An edit on the panel shows the OpenFX effect's frame as it now is, the frame `render` writes
+// with the same values, in the viewer's default time as well.
+TEST(ViewOfxOverlay, PanelEditShowsTheFrameRenderWrites) {
+    const std::string dir = harness::freshDir("ofx_edit");
+    const Outcome view = runViewOn(ofxBundle(), dir,
+                                   "set \"Render Mode\" Render\nframe 5\nsave-frame " + dir +
+                                       "/before.png\nset \"Shape Width\" 40\nsave-frame " + dir + "/after.png\n");
+    if (withoutWindow(view)) GTEST_SKIP() << "sparkhost was built without Qt";
+    ASSERT_EQ(view.code, 0) << view.err;
+    const auto run = harness::runSparkhost({"render", ofxBundle(), "--frames", "1-5", "--size", "320x180", "--set",
+                                            "Render Mode=Render", "--set", "Shape Width=40", "-o", dir + "/r.#.png"});
+    ASSERT_EQ(run.code, 0) << run.err;
+    const sparkhost::FrameBuffer before = harness::readFrame(dir + "/before.png");
+    const sparkhost::FrameBuffer after = harness::readFrame(dir + "/after.png");
+    const sparkhost::FrameBuffer rendered = harness::readFrame(dir + "/r.5.png");
+    ASSERT_FALSE(rendered.empty());
+    EXPECT_TRUE(after.samePixels(rendered)) << "the viewer's frame 5 after the edit differs from render's";
+    EXPECT_FALSE(after.samePixels(before)) << "the edit changed nothing on screen";
+    ASSERT_EQ(std::system(("rm -rf '" + dir + "'").c_str()), 0);
+}
+
 }  // namespace
