@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include <emmintrin.h>
+#include <stdint.h>
 #include <string.h>
 
 #include <new>
@@ -246,6 +247,39 @@ void ConvertToDLImage12(ImageQ4* image, void* buffer, int width, int height, int
     }
     export_frame<unsigned short, 3, q4_export12>(image, static_cast<unsigned short*>(buffer), width,
                                                  height, n);
+}
+
+void ConvertRowFrom8(const unsigned char* src, int pixel_bytes, PixelQ4* row, int width) {
+    if (!src || !row || width <= 0) return;
+    if (pixel_bytes == 3) {
+        import_samples<unsigned char, 3, q4_import8>(row, src, width, 1, width);
+        return;
+    }
+    // Four bytes a pixel: the whole-word read of each pixel stays inside it, the last one too.
+    for (int x = 0; x < width; x++) import_sample8(row[x], src + (size_t)x * pixel_bytes);
+}
+
+void ConvertRowToRGBA8(const PixelQ4* row, unsigned char* dst, int width, const unsigned char* alpha,
+                       int alpha_step) {
+    if (!row || !dst || width <= 0) return;
+    auto alpha_at = [&](int x) -> uint32_t { return alpha ? alpha[(size_t)x * alpha_step] : 255u; };
+    int x = 0;
+    for (; x + 4 <= width; x += 4) {
+        // Each channel's top eight bits, saturated by the pack, as export_row8 gives them.
+        const __m128i a = _mm_srli_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), 7);
+        const __m128i b = _mm_srli_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x + 2)), 7);
+        __m128i bytes = _mm_packus_epi16(a, b);
+        for (int i = 0; i < 4; ++i) {
+            const uint32_t word = ((uint32_t)_mm_cvtsi128_si32(bytes) & 0x00FFFFFFu) | (alpha_at(x + i) << 24);
+            memcpy(dst + (size_t)(x + i) * 4, &word, 4);
+            bytes = _mm_srli_si128(bytes, 4);
+        }
+    }
+    for (; x < width; x++) {
+        unsigned char* p = dst + (size_t)x * 4;
+        q4_export8(row[x], p);
+        p[3] = (unsigned char)alpha_at(x);
+    }
 }
 
 int ConvertRowCount(ImageQ4* image, int height, int n, int to_host) {

@@ -26,6 +26,14 @@ int ConvertWorkingSize(int full, int n);
 // below `full`. The rounding up to an even size can leave the last column or row unreached.
 int ConvertSamplesReached(int full, int n);
 
+// Single rows for a host that keeps its frames as eight-bit RGB or RGBA pictures of its own
+// (pixel_bytes 3 or 4): the values the conversions above give for the same pixels, without a
+// host buffer in between. The export writes RGBA with each pixel's alpha byte taken from
+// `alpha` (every alpha_step bytes), or 255 without one.
+void ConvertRowFrom8(const unsigned char* src, int pixel_bytes, PixelQ4* row, int width);
+void ConvertRowToRGBA8(const PixelQ4* row, unsigned char* dst, int width, const unsigned char* alpha,
+                       int alpha_step);
+
 // One conversion cut into row bands: the same pixels as the whole conversion, so the bands can
 // run on separate jobs. An import needs its image set up first (the conversion with copy 0);
 // an export writes host rows (image rows at full resolution).

@@ -18,6 +18,7 @@ int DLtempBufferId = 0;
 SparkMemBufStruct DLtempRecord;
 SparkMemBufStruct DLsourceRecords[5];
 SparkMemBufStruct DLoutputRecord;
+DirectFrameIO* DLdirectIO = nullptr;
 
 int ResolutionDivisor(int entry) {
     // The list entries "FULL", "1/2", "1/3", "1/4", "1/6", "1/8", "1/12", "1/16", "1/32".

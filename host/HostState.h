@@ -30,6 +30,23 @@ extern SparkMemBufStruct DLtempRecord;
 extern SparkMemBufStruct DLsourceRecords[5];
 extern SparkMemBufStruct DLoutputRecord;
 
+class ImageQ4;
+
+// The frame's pictures for a host built into the same binary that keeps them in a layout of its
+// own (the OpenFX binding): it converts a clip straight into the effect's working image, or
+// fills the clip's Spark buffer itself when it cannot, and takes the result straight from the
+// working image. Unset in a Spark host, where every picture goes through the Spark buffers.
+struct DirectFrameIO {
+    void* context;
+    // Clip `clip` (0 to 4) into `image` at sub-sampling `divisor`: true when done; false when
+    // the clip's Spark buffer `buffer` holds the picture for the usual conversion.
+    bool (*import_clip)(void* context, int clip, int divisor, void* buffer, ImageQ4* image);
+    // The finished result into the host's picture: true when done; false to go through the
+    // output buffer.
+    bool (*export_result)(void* context, int divisor, ImageQ4* image);
+};
+extern DirectFrameIO* DLdirectIO;
+
 // Divisor of the page-1 resolution list entry `entry` (0 "FULL" to 8 "1/32"); any other entry
 // gives full resolution.
 int ResolutionDivisor(int entry);

@@ -198,8 +198,11 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
     // at its pixels, so the frame is the same and the conversion's time is saved.
     for (int i = 0; i < 5; ++i) {
         SourceQ4* source = kSources[i];
-        if (source->image && Instance.reads_source(i))
-            convert_source(DLsourceRecords[i].Buffer, source->image, DLwidth, DLheight, divisor);
+        if (!source->image || !Instance.reads_source(i)) continue;
+        if (DLdirectIO && DLdirectIO->import_clip(DLdirectIO->context, i, divisor, DLsourceRecords[i].Buffer,
+                                                  source->image))
+            continue;
+        convert_source(DLsourceRecords[i].Buffer, source->image, DLwidth, DLheight, divisor);
     }
     Instance.ProcessFrame();
 
@@ -209,7 +212,8 @@ SPARK_EXPORT unsigned long* SparkProcess(SparkInfoStruct info) {
         result.image->InBlend(blend, Instance.info.source1.image);
 
     release_source_images();
-    if (result.image && DLoutputRecord.Buffer)
+    if (result.image && DLoutputRecord.Buffer &&
+        !(DLdirectIO && DLdirectIO->export_result(DLdirectIO->context, divisor, result.image)))
         convert_in_bands(DLoutputRecord.Buffer, result.image, DLwidth, DLheight, divisor, 1);
     Instance.frame_blocks.Give(result.image);
     result.image = nullptr;

@@ -46,6 +46,37 @@ void fill_background(std::vector<uint8_t>& buffer, Background background, bool t
     }
 }
 
+// What the effect's frame entry asks of the pictures it converts (see DirectFrameIO): inputs left
+// in the compositor's images until the effect reads them, and the output written straight.
+struct DirectPictures {
+    const Image* inputs[5] = {nullptr, nullptr, nullptr, nullptr, nullptr};
+    Placement place;
+    bool twelve_bit = false;
+    const Image* output = nullptr;
+    const Image* alpha = nullptr;
+    bool exported = false;
+};
+
+bool import_clip(void* context, int clip, int divisor, void* buffer, ImageQ4* image) {
+    DirectPictures& d = *static_cast<DirectPictures*>(context);
+    const Image* picture = clip >= 0 && clip < 5 ? d.inputs[clip] : nullptr;
+    if (!picture) return false;  // its Spark buffer holds it already
+    if (divisor == 1) {
+        ImportDirect(*picture, d.place, image);
+        return true;
+    }
+    ImageToSpark(*picture, d.place, d.twelve_bit, static_cast<uint8_t*>(buffer));
+    return false;
+}
+
+bool export_result(void* context, int divisor, ImageQ4* image) {
+    DirectPictures& d = *static_cast<DirectPictures*>(context);
+    if (!d.output || divisor != 1) return false;
+    ExportDirect(image, d.place, *d.output, d.alpha);
+    d.exported = true;
+    return true;
+}
+
 }  // namespace
 
 Engine& Engine::shared() {
@@ -101,10 +132,18 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
         SparkPup59.Value = kWireframeEntry;
         CopyControlValues();
     }
+    DirectPictures direct;
+    direct.place = inputs.place;
+    direct.twelve_bit = geometry.twelve_bit;
     for (int i = 0; i < 5; ++i) {
         std::vector<uint8_t>& buffer = frame.buffers[kFirstInputBuffer + i];
         if (i == 0 && job.background != Background::Source) {
             fill_background(buffer, job.background, geometry.twelve_bit);
+        } else if (inputs.images[i] && DirectImportable(*inputs.images[i], inputs.place, geometry.twelve_bit)) {
+            // Converted when the effect reads it, straight into its working image.
+            direct.inputs[i] = inputs.images[i];
+            frame.black[kFirstInputBuffer + i] = false;
+            continue;
         } else if (inputs.images[i]) {
             ImageToSpark(*inputs.images[i], inputs.place, geometry.twelve_bit, buffer.data());
             frame.black[kFirstInputBuffer + i] = false;
@@ -122,6 +161,8 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
     }
 
     const SparkInfoStruct info = frame_info(geometry, job.frame);
+    DirectFrameIO io{&direct, import_clip, export_result};
+    DLdirectIO = &io;
     if (job.events) {
         for (EventButton button : *job.events) {
             if (button == EventButton::Advance) {
@@ -137,11 +178,15 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
             if (record->Callback) record->Callback(1, info);
         }
     }
+    // Only the frame's own picture goes to the output image; an Advance's is discarded.
+    direct.output = job.direct_output;
+    direct.alpha = job.direct_alpha;
     const auto started = std::chrono::steady_clock::now();
     SparkProcess(info);
     if (job.draw) drawn_seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     ++frames_processed_;
-    if (deliver) deliver(frame.buffers[kOutputBuffer], frame.buffers[kFirstInputBuffer]);
+    DLdirectIO = nullptr;
+    if (deliver && !direct.exported) deliver(frame.buffers[kOutputBuffer], frame.buffers[kFirstInputBuffer]);
 
     auto after = std::make_shared<SimState>();
     SaveSimState(Instance, after.get());

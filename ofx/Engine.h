@@ -41,6 +41,10 @@ struct FrameJob {
     const std::vector<EventButton>* events = nullptr;  // null: none at this frame
     bool draw = true;            // false: a step on the way to a later frame; nothing is drawn
     Background background = Background::Source;
+    // An output image the drawn frame may be written into straight (ExportDirect), with the
+    // source whose alpha it carries; the deliverer is then not called.
+    const Image* direct_output = nullptr;
+    const Image* direct_alpha = nullptr;
 };
 
 // The five inputs of a frame: either a picture already in Spark layout (the mattes of a step on

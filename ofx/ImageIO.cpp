@@ -5,6 +5,8 @@
 #include <string>
 #include <thread>
 
+#include "Library/Q4Convert.h"
+#include "Library/Q4Image.h"
 #include "ofx/SparkFrame.h"
 #include "ofx/Suites.h"
 
@@ -389,6 +391,56 @@ void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<
             if (output.components == 4) put(p + 3 * output.bytes, output.bytes, alpha, twelve_bit);
         }
     }
+}
+
+namespace {
+
+// The image covers the frame at scale 1, pixel for pixel.
+bool covers_frame(const Image& image, const Placement& place) {
+    return place.sx == 1.0 && place.sy == 1.0 && image.bounds.x1 <= place.x0 &&
+           image.bounds.x2 >= place.x0 + place.width && image.bounds.y1 <= place.y0 &&
+           image.bounds.y2 >= place.y0 + place.height;
+}
+
+}  // namespace
+
+bool DirectImportable(const Image& image, const Placement& place, bool twelve_bit) {
+    return !twelve_bit && image.valid() && image.bytes == 1 && (image.components == 3 || image.components == 4) &&
+           covers_frame(image, place);
+}
+
+bool DirectExportable(const Image& output, const Image* source, const Placement& place, bool twelve_bit,
+                      const OfxRectI& window) {
+    const bool whole_window = window.x1 == place.x0 && window.y1 == place.y0 && window.x2 == place.x0 + place.width &&
+                              window.y2 == place.y0 + place.height;
+    const bool alpha_ok = !source || !source->valid() ||
+                          (source->bytes == 1 && source->components == 4 && covers_frame(*source, place));
+    return !twelve_bit && output.valid() && output.bytes == 1 && output.components == 4 && whole_window &&
+           covers_frame(output, place) && alpha_ok;
+}
+
+void ImportDirect(const Image& image, const Placement& place, ImageQ4* working) {
+    if (!working || working->width != place.width || working->height != place.height) return;
+    in_bands(0, place.height, place.width, [&](int first, int last) {
+        for (int r = first; r < last; ++r) {
+            // Frame row r (top first) is the image's row counted from the bottom.
+            const uint8_t* src = image.pixel(place.x0, place.y0 + place.height - 1 - r);
+            ConvertRowFrom8(src, image.components, working->rows[r], place.width);
+        }
+    });
+}
+
+void ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source) {
+    if (!working || working->width != place.width || working->height != place.height) return;
+    const bool alpha = source && source->valid();
+    in_bands(0, place.height, place.width, [&](int first, int last) {
+        for (int r = first; r < last; ++r) {
+            const int y = place.y0 + place.height - 1 - r;
+            uint8_t* dst = const_cast<uint8_t*>(output.pixel(place.x0, y));
+            const uint8_t* a = alpha ? source->pixel(place.x0, y) + 3 : nullptr;
+            ConvertRowToRGBA8(working->rows[r], dst, place.width, a, 4);
+        }
+    });
 }
 
 }  // namespace vesk_ofx

@@ -10,6 +10,8 @@
 
 #include "ofxapi/ofx.h"
 
+class ImageQ4;
+
 namespace vesk_ofx {
 
 struct Image {
@@ -54,6 +56,18 @@ void SparkToImage(const std::vector<uint8_t>& spark, const std::vector<uint8_t>*
 // premultiplied, is the frame over black.
 void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<uint8_t>& over_white,
                       const Placement& place, bool twelve_bit, const OfxRectI& window, const Image& output);
+
+// Eight-bit pictures at scale 1 that cover the whole frame go straight between the image and the
+// effect's working image, without a Spark buffer in between (the values are those the buffer
+// would give). Whether an input can, and whether the output can: the whole frame asked for, an
+// RGBA output whose alpha comes from an eight-bit RGBA source covering it (or is opaque without
+// a source).
+bool DirectImportable(const Image& image, const Placement& place, bool twelve_bit);
+bool DirectExportable(const Image& output, const Image* source, const Placement& place, bool twelve_bit,
+                      const OfxRectI& window);
+// Both set rows of the full-resolution frame, top row first, in bands.
+void ImportDirect(const Image& image, const Placement& place, ImageQ4* working);
+void ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source);
 
 }  // namespace vesk_ofx
 

@@ -291,6 +291,10 @@ OfxStatus Render(OfxImageEffectHandle effect, OfxPropertySetHandle in) {
                    routes);
         cache.store(after_key, frame, after);
     } else {
+        if (DirectExportable(output.image, source_image, shot.place, shot.geometry.twelve_bit, window)) {
+            job.direct_output = &output.image;
+            job.direct_alpha = source_image;
+        }
         std::shared_ptr<const SimState> after = engine.run(
             state, state_key, after_key, shot.geometry, job, inputs,
             [&](const std::vector<uint8_t>& out, const std::vector<uint8_t>& background) {

@@ -288,3 +288,19 @@ TEST(OfxBundle, SwarmOnlyMergedOverThePlateIsTheSparkFrame) {
         EXPECT_LE(beyond_one * 1000, values) << bits << "-bit: " << beyond_one << " of " << values << " beyond one level";
     }
 }
+
+// At a reduced working resolution the effect reads its inputs through the Spark buffers again
+// (only whole frames go straight into its working images): the same bytes as the Spark plug-in.
+TEST(OfxBundle, HalfResolutionFramesEqualTheSparkPlugins) {
+    const Setting half = {"SparkPup33", 1, "resolution", 0};
+    SparkReference spark(8);
+    for (const Setting& s : kFoodHunt) spark.apply(s);
+    spark.apply(half);
+    const std::vector<sparkhost::FrameBuffer> expected = spark.frames(1, 4);
+    minihost::Host& host = bundle();
+    auto e = instance(host, kOfxBitDepthByte);
+    ASSERT_TRUE(e);
+    e->params.at(half.param)->value[0] = half.value;
+    for (int f = 1; f <= 4; ++f)
+        EXPECT_EQ(differences(host.render(*e, f), expected[(size_t)f - 1], 8), 0) << "frame " << f;
+}

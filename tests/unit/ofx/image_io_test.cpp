@@ -3,8 +3,11 @@
 // a frame large enough to be converted in bands give each pixel's own bytes, rows flipped.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 
+#include "Library/Q4Convert.h"
+#include "Library/Q4Image.h"
 #include "ofx/ImageIO.h"
 
 using vesk_ofx::Image;
@@ -59,4 +62,50 @@ TEST(OfxImageIO, EightBitRowsKeepEveryByteAtEveryWidth) {
                 ASSERT_EQ(output[at + 3], source[at + 3]) << "alpha at width " << w;
             }
     }
+}
+
+// Straight into the effect's working image and back out of it: the values the way through a Spark
+// buffer gives, for RGB and RGBA pictures, odd widths (the whole-word reads of the last pixel) and
+// a frame converted in bands.
+TEST(OfxImageIO, DirectConversionsGiveTheBufferPathsValues) {
+    std::mt19937 random(11);
+    for (int components : {3, 4})
+        for (int w : {1, 5, 641}) {
+            const int h = w == 641 ? 300 : 4;
+            std::vector<uint8_t> pixels((size_t)components * w * h), alpha((size_t)4 * w * h);
+            for (uint8_t& b : pixels) b = (uint8_t)random();
+            for (uint8_t& b : alpha) b = (uint8_t)random();
+            Image in = rgba8(pixels, w, h);
+            in.components = components;
+            in.row_bytes = components * w;
+            Placement place;
+            place.width = w;
+            place.height = h;
+            ASSERT_TRUE(vesk_ofx::DirectImportable(in, place, false));
+
+            std::vector<uint8_t> spark((size_t)3 * w * h);
+            vesk_ofx::ImageToSpark(in, place, false, spark.data());
+            ImageQ4 through(w, h), direct(w, h);
+            ConvertFromDLImage8(spark.data(), w, h, 1.0, 1, &through, 1);
+            vesk_ofx::ImportDirect(in, place, &direct);
+            for (int y = 0; y < h; ++y)
+                ASSERT_EQ(memcmp(through.rows[y], direct.rows[y], sizeof(PixelQ4) * w), 0) << "row " << y << " width " << w;
+
+            // Out, over a source whose alpha the output carries; the working image holds values
+            // beyond what eight bits show (saturated on the way out).
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    PixelQ4& p = direct.rows[y][x];
+                    p.r = (unsigned short)(random() & 0xFFFF);
+                    p.g = (unsigned short)(random() & 0x7FFF);
+                    p.b = (unsigned short)(random() & 0xFFFF);
+                }
+            const Image source = rgba8(alpha, w, h);
+            std::vector<uint8_t> want((size_t)4 * w * h), got((size_t)4 * w * h);
+            ConvertToDLImage8(&direct, spark.data(), w, h, 1);
+            vesk_ofx::SparkToImage(spark, &spark, &source, place, false, OfxRectI{0, 0, w, h}, rgba8(want, w, h));
+            ASSERT_TRUE(vesk_ofx::DirectExportable(rgba8(got, w, h), &source, place, false, OfxRectI{0, 0, w, h}));
+            vesk_ofx::ExportDirect(&direct, place, rgba8(got, w, h), &source);
+            EXPECT_EQ(want, got) << components << " components, width " << w;
+        }
 }
