@@ -54,6 +54,7 @@ struct DirectPictures {
     bool twelve_bit = false;
     const Image* output = nullptr;
     const Image* alpha = nullptr;
+    bool discard_output = false;  // a step on the way: its picture is never looked at
     bool exported = false;
 };
 
@@ -71,6 +72,7 @@ bool import_clip(void* context, int clip, int divisor, void* buffer, ImageQ4* im
 
 bool export_result(void* context, int divisor, ImageQ4* image) {
     DirectPictures& d = *static_cast<DirectPictures*>(context);
+    if (d.discard_output) return true;
     if (!d.output || divisor != 1) return false;
     ExportDirect(image, d.place, *d.output, d.alpha);
     d.exported = true;
@@ -181,6 +183,7 @@ std::shared_ptr<SimState> Engine::run(const std::shared_ptr<const SimState>& bef
     // Only the frame's own picture goes to the output image; an Advance's is discarded.
     direct.output = job.direct_output;
     direct.alpha = job.direct_alpha;
+    direct.discard_output = !job.draw && !deliver;
     const auto started = std::chrono::steady_clock::now();
     SparkProcess(info);
     if (job.draw) drawn_seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();

@@ -75,6 +75,32 @@ void frameToImage(const FrameBuffer& frame, const std::string& depth, const std:
     pixels->assign(size_t(w) * size_t(h) * pixelBytes, 0);
     const bool twelve = isTwelveBit(frame.depthCode());
     Up up{twelve, cb};
+    if (cc >= 3 && ((!twelve && cb == 1) || (twelve && cb == 2))) {
+        // The frame's own precision in the image's layout, row by row: every frame of a render
+        // passes here, and a call per sample was most of an effect's frame at HD.
+        for (int y = 0; y < h; ++y) {
+            const unsigned char* in = frame.data() + size_t(h - 1 - y) * size_t(frame.stride());
+            unsigned char* out = pixels->data() + size_t(y) * size_t(w) * pixelBytes;
+            if (cb == 1) {
+                for (int x = 0; x < w; ++x, in += 3, out += pixelBytes) {
+                    out[0] = in[0];
+                    out[1] = in[1];
+                    out[2] = in[2];
+                    if (cc == 4) out[3] = 255;
+                }
+                continue;
+            }
+            for (int x = 0; x < w; ++x, in += 6, out += pixelBytes) {
+                for (int c = 0; c < 3; ++c) {
+                    uint16_t word;
+                    std::memcpy(&word, in + 2 * c, 2);
+                    up.put(out + 2 * c, unsigned(word >> 4));
+                }
+                if (cc == 4) up.put(out + 6, up.white());
+            }
+        }
+        return;
+    }
     for (int y = 0; y < h; ++y) {
         // Image row y counts from the bottom: the frame's row h - 1 - y.
         const int fy = h - 1 - y;
@@ -103,6 +129,30 @@ void imageToFrame(const unsigned char* data, ptrdiff_t rowBytes, const OfxRectI&
     Down down{isTwelveBit(frame->depthCode()), cb};
     int x1 = std::max({window.x1, bounds.x1, 0}), x2 = std::min({window.x2, bounds.x2, w});
     int y1 = std::max({window.y1, bounds.y1, 0}), y2 = std::min({window.y2, bounds.y2, h});
+    const bool twelve = isTwelveBit(frame->depthCode());
+    if (cc >= 3 && ((!twelve && cb == 1) || (twelve && cb == 2))) {
+        // As frameToImage: row by row at the frame's own precision.
+        for (int y = y1; y < y2; ++y) {
+            const unsigned char* in = data + ptrdiff_t(y - bounds.y1) * rowBytes + ptrdiff_t(x1 - bounds.x1) * pixelBytes;
+            unsigned char* out = frame->data() + size_t(h - 1 - y) * size_t(frame->stride()) + size_t(x1) * frame->inc();
+            if (cb == 1) {
+                for (int x = x1; x < x2; ++x, in += pixelBytes, out += 3) {
+                    out[0] = in[0];
+                    out[1] = in[1];
+                    out[2] = in[2];
+                }
+                continue;
+            }
+            for (int x = x1; x < x2; ++x, in += pixelBytes, out += 6)
+                for (int c = 0; c < 3; ++c) {
+                    uint16_t word, old;
+                    std::memcpy(&old, out + 2 * c, 2);
+                    word = uint16_t((down.get(in + 2 * c) << 4) | (old & 15u));
+                    std::memcpy(out + 2 * c, &word, 2);
+                }
+        }
+        return;
+    }
     for (int y = y1; y < y2; ++y) {
         const unsigned char* row = data + ptrdiff_t(y - bounds.y1) * rowBytes;
         const int fy = h - 1 - y;
