@@ -32,15 +32,21 @@ actions() {  # $1: particles
 median() { sort -n | awk '{ v[NR] = $1 } END { if (NR == 0) print "-"; else print v[int((NR + 1) / 2)] }'; }
 took() { sed 's/.*(\([0-9.]*\) ms)$/\1/'; }
 
-for n in 120 2000; do
-    actions "$n" > "$OUT/actions-$n.txt"
-    $VIEW "$BUILD/sparkhost" view "$BUILD/vesk.spark" --size 1280x720 --frames 1-100 \
-        --script "$OUT/actions-$n.txt" > "$OUT/times-$n.txt" 2> /dev/null
-    fresh=$(grep '^scrub 1 100' "$OUT/times-$n.txt" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
-    kept=$(grep '^scrub 100 1' "$OUT/times-$n.txt" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
-    typed=$(grep '^type Shape Width' "$OUT/times-$n.txt" | took | median)
-    release=$(grep '^drag' "$OUT/times-$n.txt" | sed 's/.*release to frame \([0-9.]*\) ms.*/\1/' | median)
-    button=$(grep '^press Advance' "$OUT/times-$n.txt" | took | median)
-    printf 'view %4s particles  scrub: %5s frames/s new, %5s frames/s seen   at frame 100: typed value %7s ms, drag release %7s ms, button %7s ms\n' \
-        "$n" "$fresh" "$kept" "$typed" "$release" "$button"
-done
+# $1: plug-in file, $2: particles, $3: its name in the report.
+measure() {
+    actions "$2" > "$OUT/actions-$3-$2.txt"
+    $VIEW "$BUILD/sparkhost" view "$1" --size 1280x720 --frames 1-100 \
+        --script "$OUT/actions-$3-$2.txt" > "$OUT/times-$3-$2.txt" 2> /dev/null
+    times="$OUT/times-$3-$2.txt"
+    fresh=$(grep '^scrub 1 100' "$times" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
+    kept=$(grep '^scrub 100 1' "$times" | sed 's/.*(\([0-9.]*\) frames\/s).*/\1/')
+    typed=$(grep '^type Shape Width' "$times" | took | median)
+    release=$(grep '^drag' "$times" | sed 's/.*release to frame \([0-9.]*\) ms.*/\1/' | median)
+    button=$(grep '^press Advance' "$times" | took | median)
+    printf 'view %-10s %4s particles  scrub: %5s frames/s new, %5s frames/s seen   at frame 100: typed value %7s ms, drag release %7s ms, button %7s ms\n' \
+        "$3" "$2" "$fresh" "$kept" "$typed" "$release" "$button"
+}
+
+for n in 120 2000; do measure "$BUILD/vesk.spark" "$n" vesk.spark; done
+# The OpenFX effect keeps its own simulation states: an edit at frame 100 steps from the nearest.
+measure "$BUILD/Vesk.ofx.bundle" 120 Vesk.ofx
