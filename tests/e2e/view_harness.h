@@ -9,13 +9,13 @@ namespace viewharness {
 
 using Outcome = harness::Outcome;
 
-// Runs `sparkhost view` under xvfb-run with a script; stdout and stderr are kept apart. `env`
-// is put before the command (NAME=VALUE words).
-inline Outcome runView(const std::string& dir, const std::string& script, const std::vector<std::string>& args,
-                       const std::string& env = "") {
+// Runs `sparkhost view PLUGIN` under xvfb-run with a script; stdout and stderr are kept apart.
+// `env` is put before the command (NAME=VALUE words).
+inline Outcome runViewOn(const std::string& plugin, const std::string& dir, const std::string& script,
+                         const std::vector<std::string>& args, const std::string& env = "") {
     const std::string scriptPath = dir + "/actions.txt";
     std::ofstream(scriptPath) << script;
-    std::string command = env + " xvfb-run -a '" + harness::sparkhostPath() + "' view '" + harness::vesk() +
+    std::string command = env + " xvfb-run -a '" + harness::sparkhostPath() + "' view '" + plugin +
                           "' --script '" + scriptPath + "'";
     for (const auto& a : args) command += " '" + a + "'";
     command += " > '" + dir + "/out.txt' 2> '" + dir + "/err.txt' < /dev/null";
@@ -25,6 +25,12 @@ inline Outcome runView(const std::string& dir, const std::string& script, const 
     run.out = harness::readFile(dir + "/out.txt");
     run.err = harness::readFile(dir + "/err.txt");
     return run;
+}
+
+// The same on vesk.spark.
+inline Outcome runView(const std::string& dir, const std::string& script, const std::vector<std::string>& args,
+                       const std::string& env = "") {
+    return runViewOn(harness::vesk(), dir, script, args, env);
 }
 
 inline bool withoutWindow(const Outcome& run) { return run.err.find("built without Qt") != std::string::npos; }

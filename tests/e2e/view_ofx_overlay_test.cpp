@@ -11,19 +11,9 @@ const int W = 320, H = 180;
 
 std::string ofxBundle() { return std::string(VESK_BINARY_DIR) + "/Vesk.ofx.bundle"; }
 
-// `sparkhost view PLUGIN --script` under the virtual display.
-Outcome runViewOn(const std::string& plugin, const std::string& dir, const std::string& script) {
-    const std::string scriptPath = dir + "/actions.txt";
-    std::ofstream(scriptPath) << script;
-    const std::string command = "xvfb-run -a '" + harness::sparkhostPath() + "' view '" + plugin + "' --script '" +
-                                scriptPath + "' --frames 1-5 --size " + std::to_string(W) + "x" + std::to_string(H) +
-                                " > '" + dir + "/out.txt' 2> '" + dir + "/err.txt' < /dev/null";
-    Outcome run;
-    const int status = std::system(command.c_str());
-    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.out = harness::readFile(dir + "/out.txt");
-    run.err = harness::readFile(dir + "/err.txt");
-    return run;
+// `sparkhost view PLUGIN --script` under the virtual display, on frames 1-5 of a W x H shot.
+Outcome viewShot(const std::string& plugin, const std::string& dir, const std::string& script) {
+    return runViewOn(plugin, dir, script, {"--frames", "1-5", "--size", std::to_string(W) + "x" + std::to_string(H)});
 }
 
 // The number a `print` line shows in the control's field.
@@ -91,7 +81,7 @@ TEST(ViewOfxOverlay, DragOfFoodHandleSetsFoodFromTheEndPoint) {
     };
     auto drive = [&](const std::string& plugin, const std::string& name) {
         const std::string dir = harness::freshDir("ofx_drag_" + name);
-        Result r{runViewOn(plugin, dir, script), 0, 0, 0, 0};
+        Result r{viewShot(plugin, dir, script), 0, 0, 0, 0};
         // The two prints of each control: the first after the first drag, the second after the second.
         const size_t second = r.run.out.find("\ndrag 100,117");
         Outcome first = r.run, last = r.run;
@@ -143,7 +133,7 @@ TEST(ViewOfxOverlay, DragHonoursThePixelAspect) {
 // with the same values, in the viewer's default time as well.
 TEST(ViewOfxOverlay, PanelEditShowsTheFrameRenderWrites) {
     const std::string dir = harness::freshDir("ofx_edit");
-    const Outcome view = runViewOn(ofxBundle(), dir,
+    const Outcome view = viewShot(ofxBundle(), dir,
                                    "set \"Render Mode\" Render\nframe 5\nsave-frame " + dir +
                                        "/before.png\nset \"Shape Width\" 40\nsave-frame " + dir + "/after.png\n");
     if (withoutWindow(view)) GTEST_SKIP() << "sparkhost was built without Qt";
