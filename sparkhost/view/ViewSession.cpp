@@ -12,6 +12,7 @@
 #include "sparkhost/lib/ImageFiles.h"
 #include "sparkhost/lib/Keyframes.h"
 #include "sparkhost/lib/Names.h"
+#include "sparkhost/lib/PluginChoice.h"
 #include "sparkhost/lib/Setup.h"
 #include "sparkhost/lib/ShotCatchUp.h"
 #include "sparkhost/lib/ShotEvents.h"
@@ -47,7 +48,10 @@ bool ViewSession::open(const ViewOptions& o, std::string* error) {
         *error = "--depth must be 8 or 12";
         return false;
     }
-    for (const auto& given : o.clips) {
+    // Clips named by the plug-in's own clip names, as render takes them.
+    std::vector<std::string> clips = o.clips;
+    if (!numberClipsByName(o.plugin, o.choice, &clips, error)) return false;
+    for (const auto& given : clips) {
         size_t eq = given.find('=');
         std::string number = given.substr(0, eq);
         if (eq == std::string::npos || number.size() != 1 || number[0] < '1' || number[0] > '5') {

@@ -150,4 +150,20 @@ TEST(ViewOfxOverlay, PanelEditShowsTheFrameRenderWrites) {
     ASSERT_EQ(std::system(("rm -rf '" + dir + "'").c_str()), 0);
 }
 
+// The window takes an effect's inputs by their own names, as render does, and names the ones
+// there are when a name is not among them.
+TEST(ViewOfxOverlay, ClipsAreTakenByTheEffectsNames) {
+    const std::string dir = harness::freshDir("ofx_clip_names");
+    harness::writeFrame(dir + "/plate.png", sparkhost::FrameBuffer(W, H, sparkhost::kDepth8));
+    const Outcome named = runViewOn(ofxBundle(), dir, "frame 2\n", {"--frames", "1-3", "--clip", "Source=" + dir + "/plate.png"});
+    if (withoutWindow(named)) GTEST_SKIP() << "sparkhost was built without Qt";
+    EXPECT_EQ(named.code, 0) << named.err;
+    EXPECT_EQ(said(named, "frame 2"), "frame 2") << named.out;
+    const Outcome unknown = runViewOn(ofxBundle(), dir, "frame 2\n", {"--clip", "Nope=" + dir + "/plate.png"});
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_NE(unknown.err.find("has no clip named 'Nope'"), std::string::npos) << unknown.err;
+    EXPECT_NE(unknown.err.find("Source"), std::string::npos) << unknown.err;
+    ASSERT_EQ(std::system(("rm -rf '" + dir + "'").c_str()), 0);
+}
+
 }  // namespace
