@@ -62,10 +62,8 @@ bool import_clip(void* context, int clip, int divisor, void* buffer, ImageQ4* im
     DirectPictures& d = *static_cast<DirectPictures*>(context);
     const Image* picture = clip >= 0 && clip < 5 ? d.inputs[clip] : nullptr;
     if (!picture) return false;  // its Spark buffer holds it already
-    if (divisor == 1) {
-        ImportDirect(*picture, d.place, image);
-        return true;
-    }
+    if (divisor == 1 && ImportDirect(*picture, d.place, image)) return true;
+    // Anything else goes through the Spark buffer, filled now.
     ImageToSpark(*picture, d.place, d.twelve_bit, static_cast<uint8_t*>(buffer));
     return false;
 }
@@ -73,8 +71,7 @@ bool import_clip(void* context, int clip, int divisor, void* buffer, ImageQ4* im
 bool export_result(void* context, int divisor, ImageQ4* image) {
     DirectPictures& d = *static_cast<DirectPictures*>(context);
     if (d.discard_output) return true;
-    if (!d.output || divisor != 1) return false;
-    ExportDirect(image, d.place, *d.output, d.alpha);
+    if (!d.output || divisor != 1 || !ExportDirect(image, d.place, *d.output, d.alpha)) return false;
     d.exported = true;
     return true;
 }

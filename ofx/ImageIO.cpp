@@ -419,8 +419,8 @@ bool DirectExportable(const Image& output, const Image* source, const Placement&
            covers_frame(output, place) && alpha_ok;
 }
 
-void ImportDirect(const Image& image, const Placement& place, ImageQ4* working) {
-    if (!working || working->width != place.width || working->height != place.height) return;
+bool ImportDirect(const Image& image, const Placement& place, ImageQ4* working) {
+    if (!working || working->width != place.width || working->height != place.height) return false;
     in_bands(0, place.height, place.width, [&](int first, int last) {
         for (int r = first; r < last; ++r) {
             // Frame row r (top first) is the image's row counted from the bottom.
@@ -428,10 +428,11 @@ void ImportDirect(const Image& image, const Placement& place, ImageQ4* working) 
             ConvertRowFrom8(src, image.components, working->rows[r], place.width);
         }
     });
+    return true;
 }
 
-void ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source) {
-    if (!working || working->width != place.width || working->height != place.height) return;
+bool ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source) {
+    if (!working || working->width != place.width || working->height != place.height) return false;
     const bool alpha = source && source->valid();
     in_bands(0, place.height, place.width, [&](int first, int last) {
         for (int r = first; r < last; ++r) {
@@ -441,6 +442,7 @@ void ExportDirect(ImageQ4* working, const Placement& place, const Image& output,
             ConvertRowToRGBA8(working->rows[r], dst, place.width, a, 4);
         }
     });
+    return true;
 }
 
 }  // namespace vesk_ofx

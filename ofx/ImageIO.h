@@ -65,9 +65,10 @@ void SwarmOnlyToImage(const std::vector<uint8_t>& over_black, const std::vector<
 bool DirectImportable(const Image& image, const Placement& place, bool twelve_bit);
 bool DirectExportable(const Image& output, const Image* source, const Placement& place, bool twelve_bit,
                       const OfxRectI& window);
-// Both set rows of the full-resolution frame, top row first, in bands.
-void ImportDirect(const Image& image, const Placement& place, ImageQ4* working);
-void ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source);
+// Both set rows of the full-resolution frame, top row first, in bands; false, with nothing
+// converted, for a working image of another size than the frame.
+bool ImportDirect(const Image& image, const Placement& place, ImageQ4* working);
+bool ExportDirect(ImageQ4* working, const Placement& place, const Image& output, const Image* source);
 
 }  // namespace vesk_ofx
 

@@ -87,7 +87,7 @@ TEST(OfxImageIO, DirectConversionsGiveTheBufferPathsValues) {
             vesk_ofx::ImageToSpark(in, place, false, spark.data());
             ImageQ4 through(w, h), direct(w, h);
             ConvertFromDLImage8(spark.data(), w, h, 1.0, 1, &through, 1);
-            vesk_ofx::ImportDirect(in, place, &direct);
+            ASSERT_TRUE(vesk_ofx::ImportDirect(in, place, &direct));
             for (int y = 0; y < h; ++y)
                 ASSERT_EQ(memcmp(through.rows[y], direct.rows[y], sizeof(PixelQ4) * w), 0) << "row " << y << " width " << w;
 
@@ -105,7 +105,7 @@ TEST(OfxImageIO, DirectConversionsGiveTheBufferPathsValues) {
             ConvertToDLImage8(&direct, spark.data(), w, h, 1);
             vesk_ofx::SparkToImage(spark, &spark, &source, place, false, OfxRectI{0, 0, w, h}, rgba8(want, w, h));
             ASSERT_TRUE(vesk_ofx::DirectExportable(rgba8(got, w, h), &source, place, false, OfxRectI{0, 0, w, h}));
-            vesk_ofx::ExportDirect(&direct, place, rgba8(got, w, h), &source);
+            ASSERT_TRUE(vesk_ofx::ExportDirect(&direct, place, rgba8(got, w, h), &source));
             EXPECT_EQ(want, got) << components << " components, width " << w;
         }
 }
