@@ -20,8 +20,8 @@ std::vector<unsigned>& pauses() {
 }  // namespace
 
 // Interposes the C library's sleep for the host and for every plug-in it loads: the pause is
-// recorded and the call returns at once with nothing left to sleep.
-// A pause right after a message is the plug-in holding it on screen; it prints the message itself.
+// recorded and the call returns at once with nothing left to sleep. A pause right after a message
+// is the plug-in holding it on screen, and it prints that message itself.
 extern "C" __attribute__((visibility("default"))) unsigned int sleep(unsigned int seconds) noexcept {
     {
         std::lock_guard<std::mutex> lock(pauseMutex());

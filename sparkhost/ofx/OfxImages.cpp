@@ -129,8 +129,7 @@ void imageToFrame(const unsigned char* data, ptrdiff_t rowBytes, const OfxRectI&
     Down down{isTwelveBit(frame->depthCode()), cb};
     int x1 = std::max({window.x1, bounds.x1, 0}), x2 = std::min({window.x2, bounds.x2, w});
     int y1 = std::max({window.y1, bounds.y1, 0}), y2 = std::min({window.y2, bounds.y2, h});
-    const bool twelve = isTwelveBit(frame->depthCode());
-    if (cc >= 3 && ((!twelve && cb == 1) || (twelve && cb == 2))) {
+    if (cc >= 3 && ((!down.twelve && cb == 1) || (down.twelve && cb == 2))) {
         // As frameToImage: row by row at the frame's own precision.
         for (int y = y1; y < y2; ++y) {
             const unsigned char* in = data + ptrdiff_t(y - bounds.y1) * rowBytes + ptrdiff_t(x1 - bounds.x1) * pixelBytes;

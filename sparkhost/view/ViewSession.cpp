@@ -370,12 +370,10 @@ void ViewSession::showOutput(unsigned long* result) {
 
 // After a callback or pointer event: a frame it returned is shown; in the replayed mode a frame
 // it asked for is made by replaying, so that it is the frame a render would give. A plug-in that
-// keeps its own time (OFX) returns that frame itself: each of its frames is a pure function of
-// the values, whatever it rendered before.
+// keeps its own time (OFX) makes each frame from the frame number and the values alone: an edit
+// shows the frame as it now is, whether or not the plug-in rendered it itself.
 bool ViewSession::afterCallback(unsigned long* result, int refusedBefore) {
     if (plugin_->keepsOwnTime()) {
-        // Its frame is a function of the frame number and the values alone: an edit shows the
-        // frame as it now is, whether or not the plug-in rendered it itself.
         invalidate();
         ++renders_;
         if (result) {
